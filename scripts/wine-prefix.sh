@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Creates a Wine prefix once (wineboot -i), with the font substitutions that
+# make Chinese dialog text render with WenQuanYi Micro Hei.
+#   wine-prefix.sh PREFIX
+set -euo pipefail
+prefix=$1
+export WINEPREFIX=$prefix
+export WINEDEBUG=-all
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
+
+[ -f "$prefix/.orv-ready" ] && exit 0
+mkdir -p "$prefix"
+(
+  flock 9
+  [ -f "$prefix/.orv-ready" ] && exit 0
+  wineboot -i >/dev/null 2>&1 || true
+  wineserver -w || true
+  for f in "MS Shell Dlg" "MS Shell Dlg 2" "Tahoma" "SimSun"; do
+    wine reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "$f" /d "WenQuanYi Micro Hei" /f >/dev/null 2>&1
+  done
+  wineserver -w || true
+  touch "$prefix/.orv-ready"
+) 9>"$prefix.lock"

@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Runs a Windows program under Wine with the build's private prefix,
+# headless and quiet. Used by ctest as the cross build's emulator.
+#   wine-run.sh PROGRAM.exe [ARGS...]
+set -euo pipefail
+
+exe=$1; shift
+build_dir=${ORV_BUILD_DIR:-$(cd "$(dirname "$exe")" && pwd)}
+# The prefix lives in the top of the cross build folder.
+while [ ! -f "$build_dir/CMakeCache.txt" ] && [ "$build_dir" != "/" ]; do
+  build_dir=$(dirname "$build_dir")
+done
+
+export WINEPREFIX=${WINEPREFIX:-$build_dir/wineprefix}
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-"mscoree,mshtml=;winemenubuilder.exe=d"}
+"$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX"
+
+exec wine "$exe" "$@"

@@ -1,0 +1,67 @@
+#include "support/LogCapture.h"
+
+#include "logging/LogFacade.h"
+#include "logging/LogMacros.h"
+
+namespace orvtest {
+
+LogCapture::LogCapture(const std::string& strExtraConfig, const std::string& strPriority)
+{
+    m_strLogPath = m_folder.File("capture.log");
+    m_folder.WriteFile("capture.log", "");
+    std::string strConfig =
+        "log4cpp.rootCategory=ERROR\n"
+        "log4cpp.category.OrvprintD_exe=" + strPriority + ", capture\n"
+        "log4cpp.appender.capture=org.apache.log4cpp.FileAppender\n"
+        "log4cpp.appender.capture.fileName=" + m_strLogPath + "\n"
+        "log4cpp.appender.capture.append=true\n"
+        "log4cpp.appender.capture.layout=org.apache.log4cpp.PatternLayout\n"
+        "log4cpp.appender.capture.layout.ConversionPattern=%m%n\n" +
+        strExtraConfig + "\n";
+    m_strConfigPath = m_folder.WriteFile("LogConfig.conf", strConfig);
+    InitLogging(m_strConfigPath.c_str());
+    {
+        ORV_TRACE_SCOPE("LogCapture::LogCapture");
+        m_bAvailable = IsFatalEnabled();
+    }
+}
+
+LogCapture::~LogCapture()
+{
+    ShutdownLogging();
+}
+
+std::string LogCapture::Text() const
+{
+    return ReadWholeFile(m_strLogPath);
+}
+
+std::vector<std::string> LogCapture::Lines() const
+{
+    std::vector<std::string> lines;
+    std::string strText = Text();
+    size_t uiStart = 0;
+    while (uiStart < strText.size()) {
+        size_t uiEnd = strText.find('\n', uiStart);
+        if (uiEnd == std::string::npos) uiEnd = strText.size();
+        lines.push_back(strText.substr(uiStart, uiEnd - uiStart));
+        uiStart = uiEnd + 1;
+    }
+    return lines;
+}
+
+bool LogCapture::Contains(const std::string& strPart) const
+{
+    return Count(strPart) > 0;
+}
+
+int LogCapture::Count(const std::string& strPart) const
+{
+    int n = 0;
+    for (const auto& line : Lines()) {
+        if (line.find(strPart) != std::string::npos) ++n;
+    }
+    return n;
+}
+
+} // namespace orvtest

@@ -24,6 +24,10 @@ LogCapture::LogCapture(const std::string& strExtraConfig, const std::string& str
         ORV_TRACE_SCOPE("LogCapture::LogCapture");
         m_bAvailable = IsFatalEnabled();
     }
+    // The probe's own scope may have written begin and end lines (when the
+    // extra lines switch them on): start the capture empty. The appender
+    // writes in append mode, so it carries on at the new end.
+    m_folder.WriteFile("capture.log", "");
 }
 
 LogCapture::~LogCapture()

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include "utility/Thread.h"
+
+// What start-up and shutdown ask of the platform. Windows: the thread locale,
+// common controls, the Run key, the spooler, message boxes and the thread's
+// message loop. Linux: the C locale, an XDG autostart entry, a CUPS filter
+// probe, Qt message boxes and the Qt event loop, which SIGTERM, SIGINT and
+// SIGHUP end as WM_QUIT ends the Windows loop.
+namespace AppPlatform {
+
+// SetThreadLocale(2052) on Windows; a UTF-8 C locale on Linux.
+void SetUiThreadLocale();
+
+// InitCommonControlsEx with size 8 and classes 0xFF (nothing on Linux).
+void InitCommonControls();
+
+// The account under which the program must not run: "SYSTEM" on Windows,
+// "root" on Linux. The environment variable ORVPRINT_SYSTEM_ACCOUNT names
+// another one (tests and demos that run as root).
+std::wstring GetSystemAccountName();
+
+// The error code of a denied access (ERROR_ACCESS_DENIED, EACCES).
+uint32_t GetAccessDeniedError();
+
+// Whether the program is registered to start at log-on: the value "OrvprintD"
+// of HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Run; on Linux the XDG
+// autostart entry OrvprintD.desktop in the first folder of $XDG_CONFIG_DIRS
+// (default /etc/xdg) + "/autostart". Throws Language::Exception.
+bool AutorunValueExists();
+// Registers the program (full path) to start at log-on. Throws
+// Win32::Win32Exception for "RegSetValueEx" with "设定注册表值%s失败".
+void WriteAutorunValue(const std::wstring& strProgramPath);
+// Where the registration lives (for messages).
+std::wstring GetAutorunLocation();
+
+// Asks the spooler to load the print processor "orvprint": the result of
+// EnumPrintProcessorDatatypesW with a buffer (1 = success), and the last
+// error after it. Linux: 1 when an executable CUPS filter "orvprint" exists in
+// $CUPS_SERVERBIN/filter (default /usr/lib/cups/filter).
+int ProbePrintProcessor(uint32_t* puiLastError);
+
+// A modal message box with the error icon and the OK button.
+void ShowErrorMessageBox(const std::wstring& strText);
+
+// Runs the main thread's message loop until the quit message (Windows) or a
+// quit signal or --quit request (Linux).
+void RunMessageLoop();
+
+// Join for the main thread at shutdown. Linux keeps serving the GUI thread's
+// events meanwhile, because the popup thread may still show a dialog there.
+uint32_t JoinFromMainThread(OrvUtility::CThread& objThread);
+
+// --quit: asks the running instance (same program file) to end its loop and
+// waits until it has exited. 0 when it has ended, 1 when none runs, 2 when it
+// did not end in time.
+int QuitRunningInstance(uint32_t uiTimeoutMs);
+
+// Path separator of this platform ("\" or "/").
+const wchar_t* GetPathSeparator();
+
+} // namespace AppPlatform

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include "Src/Common/include/JobOptionData.h"
+#include "Src/Common/include/JobSelectedData.h"
+#include "app/IOrvprintDDlgConfig.h"
+#include "app/IOrvprintDDlgEvents.h"
+#include "app/IOrvprintDDlgView.h"
+#include "app/OrvprintDDlgException.h"
+
+// The print-option dialog: for one print job the user picks the printer and
+// the project, or cancels printing. It reads the request in place through
+// CJobOptionData and writes the answer in place through CJobSelectedData.
+//
+// This class holds all of the dialog's content and flow and no toolkit code:
+// the window itself is an IOrvprintDDlgView (Win32 dialog 102 or its Qt
+// counterpart), which reports the user's actions back through
+// IOrvprintDDlgEvents.
+//
+//   COrvprintDDlg dlg(pbyRequest, &uiRequestSize, pbyAnswer, &uiAnswerSize);
+//   int iResult = dlg.DoModal(); // 1 = OK, 2 = Cancel
+class COrvprintDDlg : public IOrvprintDDlgEvents {
+public:
+    enum { IDD = 102 };
+    enum { IDOK = IOrvprintDDlgView::RESULT_OK, IDCANCEL = IOrvprintDDlgView::RESULT_CANCEL };
+
+    typedef std::function<std::unique_ptr<IOrvprintDDlgView>(IOrvprintDDlgEvents&)> ViewFactory;
+    typedef std::function<std::shared_ptr<IOrvprintDDlgConfig>()> ConfigFactory;
+
+    // Views the request (pRecvBuffer, *puiRecvSize bytes) and the answer
+    // (pRespBuffer, *puiRespSize bytes), clears the answer's two ids and
+    // stores the answer's size (44) through puiRespSize. The answer's result
+    // word is left as it is. Throws CJobOptionDataException when the request
+    // or the answer buffer is malformed.
+    COrvprintDDlg(void* pRecvBuffer, uint64_t* puiRecvSize, void* pRespBuffer, uint64_t* puiRespSize);
+    ~COrvprintDDlg();
+
+    COrvprintDDlg(const COrvprintDDlg&) = delete;
+    COrvprintDDlg& operator=(const COrvprintDDlg&) = delete;
+
+    // Replace the platform window or the settings (tests). Set before DoModal.
+    void SetViewFactory(ViewFactory fnViewFactory) { m_fnViewFactory = std::move(fnViewFactory); }
+    void SetConfigFactory(ConfigFactory fnConfigFactory) { m_fnConfigFactory = std::move(fnConfigFactory); }
+
+    // Shows the dialog and returns when the user has closed it: IDOK (1) or
+    // IDCANCEL (2). Runs on the calling thread, which must be able to own
+    // windows (on Linux: the Qt GUI thread).
+    int DoModal();
+
+    // IOrvprintDDlgEvents
+    bool OnInitDialog() override;
+    void OnCbnSelchangePrinterSel() override;
+    void OnCbnSelchangeProjectSel() override;
+    void OnBnClickedOk() override;
+    void OnBnClickedCancel() override;
+
+    void AdjustProjectControls(IOrvprintDDlgConfig& objConfig);
+    void InitContorls(IOrvprintDDlgConfig& objConfig);
+    void UpdateUI(IOrvprintDDlgConfig& objConfig);
+    std::wstring GetDescription(const CJobOptionData::PRINTER_INFO& stuPrinterInfo);
+    std::wstring GetDescription(const CJobOptionData::PROJECT_INFO& stuProjectInfo);
+
+    // The list item that a saved default selects: the first item, searching
+    // from item 1 onwards and wrapping round to item 0 last, whose text begins
+    // with strPrefix, ignoring letter case; -1 when none does.
+    static int FindItemByPrefix(const IOrvprintDDlgView& objView, IOrvprintDDlgView::EList eList,
+                                const std::wstring& strPrefix);
+
+private:
+    void SelectDefault(IOrvprintDDlgView::EList eList, const std::wstring& strDefault);
+
+    std::unique_ptr<CJobOptionData> m_pJobOption;
+    std::unique_ptr<CJobSelectedData> m_pJobSelected;
+    uint64_t* m_puiRespSize;
+    std::shared_ptr<IOrvprintDDlgConfig> m_spConfig;
+    std::map<int32_t, CJobOptionData::PRINTER_INFO> m_mapPrinter;
+    std::map<int32_t, CJobOptionData::PROJECT_INFO> m_mapProject;
+
+    ViewFactory m_fnViewFactory;
+    ConfigFactory m_fnConfigFactory;
+    std::unique_ptr<IOrvprintDDlgView> m_pView;
+};

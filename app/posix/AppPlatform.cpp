@@ -1,0 +1,232 @@
+#include "app/AppPlatform.h"
+
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <unistd.h>
+#include <fstream>
+#include <QEventLoop>
+#include <QMessageBox>
+#include <QMetaObject>
+#include <QSocketNotifier>
+#include "app/ModulePath.h"
+#include "language/ErrorText.h"
+#include "language/Exception.h"
+#include "language/ProcessHelpers.h"
+#include "language/TextConvert.h"
+
+namespace AppPlatform {
+
+namespace {
+
+int g_aiSignalPipe[2] = {-1, -1};
+
+void OnQuitSignal(int)
+{
+    const int iSavedErrno = errno;
+    const char c = 'q';
+    ssize_t n = write(g_aiSignalPipe[1], &c, 1);
+    (void)n;
+    errno = iSavedErrno;
+}
+
+std::string AutostartFolder()
+{
+    const char* szDirs = std::getenv("XDG_CONFIG_DIRS");
+    std::string strFirst = (szDirs && *szDirs) ? std::string(szDirs) : std::string("/etc/xdg");
+    const size_t uiColon = strFirst.find(':');
+    if (uiColon != std::string::npos) {
+        strFirst.resize(uiColon);
+    }
+    if (strFirst.empty()) {
+        strFirst = "/etc/xdg";
+    }
+    return strFirst + "/autostart";
+}
+
+std::string AutostartFile()
+{
+    return AutostartFolder() + "/OrvprintD.desktop";
+}
+
+} // namespace
+
+void SetUiThreadLocale()
+{
+    if (!setlocale(LC_ALL, "C.UTF-8")) {
+        setlocale(LC_ALL, "");
+    }
+}
+
+void InitCommonControls() {}
+
+std::wstring GetSystemAccountName()
+{
+    const char* szAccount = std::getenv("ORVPRINT_SYSTEM_ACCOUNT");
+    return Language::WideFromUtf8(szAccount ? szAccount : "root");
+}
+
+uint32_t GetAccessDeniedError()
+{
+    return EACCES;
+}
+
+bool AutorunValueExists()
+{
+    struct stat st;
+    if (stat(AutostartFile().c_str(), &st) == 0) {
+        return true;
+    }
+    if (errno == ENOENT || errno == ENOTDIR) {
+        return false;
+    }
+    Language::ThrowWin32Error(L"RegOpenKey", static_cast<uint32_t>(errno),
+                              (L"检查注册表值" + Language::WideFromUtf8(AutostartFile()) + L"失败").c_str());
+}
+
+void WriteAutorunValue(const std::wstring& strProgramPath)
+{
+    const std::string strFolder = AutostartFolder();
+    const std::string strFile = AutostartFile();
+    const std::wstring strContext = L"设定注册表值" + Language::WideFromUtf8(strFile) + L"失败";
+    if (mkdir(strFolder.c_str(), 0755) != 0 && errno != EEXIST) {
+        Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(errno), strContext.c_str());
+    }
+    const std::string strTemp = strFile + ".tmp";
+    {
+        std::ofstream out(strTemp, std::ios::trunc);
+        out << "[Desktop Entry]\n"
+               "Type=Application\n"
+               "Name=OrvprintD\n"
+               "Comment=Print options for held print jobs; keeps the client tool running\n"
+               "Exec=\"" << Language::Utf8FromWide(strProgramPath) << "\"\n"
+               "Terminal=false\n"
+               "NoDisplay=true\n"
+               "X-GNOME-Autostart-enabled=true\n";
+        out.close();
+        if (!out) {
+            const int iErr = errno ? errno : EIO;
+            unlink(strTemp.c_str());
+            Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(iErr), strContext.c_str());
+        }
+    }
+    if (rename(strTemp.c_str(), strFile.c_str()) != 0) {
+        const int iErr = errno;
+        unlink(strTemp.c_str());
+        Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(iErr), strContext.c_str());
+    }
+}
+
+std::wstring GetAutorunLocation()
+{
+    return Language::WideFromUtf8(AutostartFile());
+}
+
+int ProbePrintProcessor(uint32_t* puiLastError)
+{
+    const char* szServerBin = std::getenv("CUPS_SERVERBIN");
+    const std::string strFilter =
+        std::string(szServerBin && *szServerBin ? szServerBin : "/usr/lib/cups") + "/filter/orvprint";
+    if (access(strFilter.c_str(), X_OK) == 0) {
+        *puiLastError = 0;
+        return 1;
+    }
+    *puiLastError = static_cast<uint32_t>(errno);
+    return 0;
+}
+
+void ShowErrorMessageBox(const std::wstring& strText)
+{
+    QMessageBox::critical(nullptr, QStringLiteral("OrvprintD"), QString::fromStdWString(strText), QMessageBox::Ok);
+}
+
+void RunMessageLoop()
+{
+    // SIGTERM, SIGINT and SIGHUP end the loop as the quit message does on
+    // Windows. The loop is a plain QEventLoop: leaving it does not end a
+    // dialog's own loop, so an open dialog stays until the user closes it.
+    if (g_aiSignalPipe[0] < 0) {
+        if (pipe2(g_aiSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+            g_aiSignalPipe[0] = g_aiSignalPipe[1] = -1;
+        }
+    }
+    QEventLoop objLoop;
+    std::unique_ptr<QSocketNotifier> pNotifier;
+    if (g_aiSignalPipe[0] >= 0) {
+        pNotifier.reset(new QSocketNotifier(g_aiSignalPipe[0], QSocketNotifier::Read));
+        QObject::connect(pNotifier.get(), &QSocketNotifier::activated, [&objLoop]() {
+            char buf[16];
+            while (read(g_aiSignalPipe[0], buf, sizeof(buf)) > 0) {
+            }
+            objLoop.exit(0);
+        });
+        struct sigaction sa = {};
+        sa.sa_handler = OnQuitSignal;
+        sigemptyset(&sa.sa_mask);
+        sa.sa_flags = SA_RESTART;
+        sigaction(SIGTERM, &sa, nullptr);
+        sigaction(SIGINT, &sa, nullptr);
+        sigaction(SIGHUP, &sa, nullptr);
+    }
+    objLoop.exec();
+}
+
+uint32_t JoinFromMainThread(OrvUtility::CThread& objThread)
+{
+    // The popup thread may still hand a dialog to this (GUI) thread while it
+    // finishes: keep serving events until the join is done.
+    uint32_t uiResult = 0;
+    QEventLoop objLoop;
+    std::thread joiner([&]() {
+        uiResult = objThread.Join();
+        QMetaObject::invokeMethod(&objLoop, [&objLoop]() { objLoop.quit(); }, Qt::QueuedConnection);
+    });
+    objLoop.exec();
+    joiner.join();
+    return uiResult;
+}
+
+int QuitRunningInstance(uint32_t uiTimeoutMs)
+{
+    const std::wstring strSelf = GetModuleFileName();
+    const pid_t self = getpid();
+    int iFound = 0;
+    int iResult = 1;
+    for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
+        if (static_cast<pid_t>(entry.uiProcessId) == self) {
+            continue;
+        }
+        if (!Language::IsModuleLoadedInProcess(entry.uiProcessId, strSelf)) {
+            continue;
+        }
+        ++iFound;
+        const pid_t pid = static_cast<pid_t>(entry.uiProcessId);
+        const int iPidFd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+        if (kill(pid, SIGTERM) != 0) {
+            if (iPidFd >= 0) close(iPidFd);
+            continue;
+        }
+        if (iPidFd < 0) {
+            iResult = 2;
+            continue;
+        }
+        struct pollfd pfd = {iPidFd, POLLIN, 0};
+        const int iReady = poll(&pfd, 1, static_cast<int>(uiTimeoutMs));
+        close(iPidFd);
+        iResult = (iReady == 1) ? (iResult == 2 ? 2 : 0) : 2;
+    }
+    return iFound == 0 ? 1 : iResult;
+}
+
+const wchar_t* GetPathSeparator()
+{
+    return L"/";
+}
+
+} // namespace AppPlatform

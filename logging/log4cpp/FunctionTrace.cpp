@@ -1,0 +1,120 @@
+// Function tracing on the calling thread's log4cpp NDC: one entry per open
+// scope, begin and end lines where OutputFunBeginInfo is on, and the
+// call-stack dump where OutputNDCFullmessage is on.
+#include "logging/FunctionTrace.h"
+
+#include <string>
+#include <log4cpp/Category.hh>
+#include <log4cpp/NDC.hh>
+#include "logging/ErrorState.h"
+#include "logging/OutputSwitchTable.h"
+#include "logging/ThreadId.h"
+#include "logging/TraceEntry.h"
+#include "logging/log4cpp/CategoryResolver.h"
+#include "logging/log4cpp/LogState.h"
+#include "logging/log4cpp/ThreadNdc.h"
+
+namespace {
+
+// Begin and end lines go out at priority 0, so they pass any threshold.
+void WriteScopeLine(const char* szSuffix)
+{
+    TraceContext context;
+    if (!ResolveCurrentContext(context)) {
+        return;
+    }
+    OutputSwitches switches;
+    if (OutputSwitchTable::Instance().Get(context.pCategory->getName(), switches) != 0 ||
+        !switches.bOutputFunBeginInfo) {
+        return;
+    }
+    std::string strText;
+    strText.reserve(context.strModule.size() + context.strClass.size() + context.strFunction.size() + 16);
+    strText.append(context.strModule).append(1, '_').append(context.strClass).append(1, '_');
+    strText.append(context.strFunction).append(1, ' ').append(szSuffix);
+    context.pCategory->fatal("[ThreadID:%lu] %s", LogThreadId(), strText.c_str());
+}
+
+} // namespace
+
+void TraceFunctionBegin(const char* szModule, const char* szClass, const char* szFunction)
+{
+    if (LogState::IsDisabled()) {
+        return;
+    }
+    CallerErrorState errorState;
+    try {
+        // Pushed before any test, so that begin and end stay paired.
+        log4cpp::NDC::push(MakeTraceEntry(szModule, szClass, szFunction));
+        if (IsLoggingEnabled()) {
+            WriteScopeLine(":START......");
+        }
+    } catch (...) {
+    }
+}
+
+void TraceFunctionEnd()
+{
+    if (LogState::IsDisabled()) {
+        return;
+    }
+    CallerErrorState errorState;
+    try {
+        if (IsLoggingEnabled()) {
+            WriteScopeLine(":End  ......\n");
+        }
+    } catch (...) {
+    }
+    try {
+        if (ThreadNdcDepth() > 0) {
+            log4cpp::NDC::pop();
+            if (log4cpp::NDC::getDepth() == 0) {
+                ReleaseThreadNdc();
+            }
+        }
+    } catch (...) {
+    }
+}
+
+int DumpCallStack(const char* szModule, const char* szClass, const char* szFunction, int iPriority)
+{
+    if (LogState::IsDisabled()) {
+        return -1;
+    }
+    CallerErrorState errorState;
+    try {
+        const std::string strStack = ThreadNdcText();
+        log4cpp::Category* pCategory =
+            ResolveCategory(szModule ? szModule : "", szClass ? szClass : "", szFunction ? szFunction : "");
+        OutputSwitches switches;
+        if (!pCategory || OutputSwitchTable::Instance().Get(pCategory->getName(), switches) != 0 ||
+            !switches.bOutputNDCFullmessage) {
+            return -1;
+        }
+        pCategory->log(iPriority, "\t\t\t@_@ ---------\tCall\tStack\t-----------\n");
+        pCategory->log(iPriority, "\t\t\t@_@ depth\tModule Name\t\tClass Name\t\t\tFunction Name \n");
+        // Outermost entry first. The blank the NDC puts between entries stays
+        // at the front of the next one's module.
+        int iDepth = 1;
+        size_t uiStart = 0;
+        for (;;) {
+            const size_t uiDollar = strStack.find('$', uiStart);
+            if (uiDollar == std::string::npos) {
+                break;
+            }
+            const std::string strPiece = strStack.substr(uiStart, uiDollar - uiStart);
+            std::string strModule, strClass, strFunction;
+            if (!SplitTraceEntry(strPiece, strModule, strClass, strFunction)) {
+                strModule = strPiece;
+            }
+            pCategory->log(iPriority, "\t\t\t@_@ %d\t%s\t\t\t%s\t\t\t\t%s\n", iDepth, strModule.c_str(),
+                           strClass.c_str(), strFunction.c_str());
+            uiStart = uiDollar + 1;
+            ++iDepth;
+        }
+        pCategory->log(iPriority, "\t\t\t@_@ ---------\tStack\tEnd\t-----------\n\n\n");
+        return 0;
+    } catch (...) {
+        return -1;
+    }
+}

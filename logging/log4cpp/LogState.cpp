@@ -1,0 +1,31 @@
+#include "logging/log4cpp/LogState.h"
+
+#include <string>
+#include <log4cpp/Filter.hh>
+#include <log4cpp/LoggingEvent.hh>
+#include "logging/log4cpp/ThreadNdc.h"
+
+std::atomic<bool> LogState::s_bDisabled{true};
+std::atomic<log4cpp::Filter*> LogState::s_pFilter{nullptr};
+
+void LogState::ReplaceFilter(log4cpp::Filter* pFilter)
+{
+    log4cpp::Filter* pOld = s_pFilter.exchange(pFilter, std::memory_order_acq_rel);
+    delete pOld; // a filter deletes the rest of its chain
+}
+
+bool IsLoggingEnabled()
+{
+    if (LogState::IsDisabled()) {
+        return false;
+    }
+    log4cpp::Filter* pFilter = LogState::GetFilter();
+    if (!pFilter) {
+        return true;
+    }
+    // The filters look at the event's context text only: the current entry.
+    std::string strEntry;
+    ReadCurrentEntry(strEntry);
+    const log4cpp::LoggingEvent event("", "", strEntry, 700);
+    return pFilter->decide(event) != log4cpp::Filter::DENY;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// The calling thread's log4cpp NDC, which holds its trace entries. None of
+// these creates the thread's NDC object once it has been released.
+
+// Number of entries (0 without an NDC object).
+size_t ThreadNdcDepth();
+// The full NDC text (empty without an NDC object).
+std::string ThreadNdcText();
+// The innermost trace entry without its "$"; false when there is none.
+bool ReadCurrentEntry(std::string& strEntry);
+
+// Clears the thread's NDC and deletes its per-thread object, so that a thread
+// whose outermost scope has closed holds no logging memory. The next push
+// creates a fresh one.
+void ReleaseThreadNdc();
+// True while the calling thread holds an NDC object (known once any thread
+// has released one).
+bool ThreadHoldsNdc();

@@ -1,0 +1,8 @@
+#include "logging/ThreadId.h"
+
+#include <windows.h>
+
+unsigned long LogThreadId()
+{
+    return GetCurrentThreadId();
+}

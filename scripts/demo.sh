@@ -1,0 +1,149 @@
+#!/usr/bin/env bash
+# Shows the road of one print-option request on Linux:
+#   the printing service (orvprint-send) writes a request with two printers
+#   and two projects into the shared block and signals; OrvprintD pops the
+#   dialog "请选择打印选项"; the answer goes back and is printed.
+# Everything runs on a private demo machine configuration in a temporary
+# folder (machine registry, Config.ini, LogConfig.conf, client tool, shared
+# objects), so nothing on this machine is touched.
+#
+# With a display (DISPLAY set and reachable) you answer the dialog yourself.
+# Without one the dialog is shown on a private Xvfb server, a screenshot is
+# saved, Enter is pressed for you (OK with the preselected printer), and the
+# answer, the screenshot's path and the tail of the log are printed.
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+"$root/scripts/setup.sh"
+
+build=$root/build/linux
+if [ ! -x "$build/bin/OrvprintD" ] || [ ! -x "$build/bin/orvprint-send" ] || [ ! -x "$build/bin/OrvClientTool" ]; then
+  echo "== building (first run only)"
+  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+fi
+cmake --build "$build" -j "$(nproc)" --target OrvprintD orvprint-send OrvClientTool >/dev/null
+bin=$build/bin
+
+demo=$(mktemp -d /tmp/orvprint-demo.XXXXXX)
+out=$root/build/demo
+mkdir -p "$out" "$demo"/{install,temp,log,shm,xdg,cups/filter}
+
+# The machine registry stand-in: where the client's folders are.
+cat >"$demo/machine.ini" <<INI
+[Software\\Orv-soft\\Client]
+InstallDir=$demo/install
+TempDir=$demo/temp
+LogDir=$demo/log
+DataDir=$demo/temp
+INI
+# The user's settings: show projects, remember the last choice.
+cat >"$demo/temp/Config.ini" <<INI
+[Setting]
+DisplayProjectSelection=1
+CanSelectNoPrinter=0
+CanSelectNoProject=1
+DefaultPrinter=
+DefaultProject=
+
+[ServerConfig]
+WaterPrintInstalled=0
+AuditInstalled=1
+SGIdentifyInstalled=0
+FilterIntalled=0
+INI
+# Logging: everything of the program into one file.
+cat >"$demo/install/LogConfig.conf" <<CONF
+log4cpp.rootCategory=ERROR
+log4cpp.category.OrvprintD_exe=DEBUG, file
+log4cpp.appender.file=org.apache.log4cpp.FileAppender
+log4cpp.appender.file.fileName=$demo/log/OrvprintD.log
+log4cpp.appender.file.layout=org.apache.log4cpp.PatternLayout
+log4cpp.appender.file.layout.ConversionPattern=%d{%H:%M:%S,%l} %p %m%n
+OutputParam.OrvprintD_exe=true
+CONF
+# The print processor is present (a CUPS filter stand-in).
+printf '#!/bin/sh\nexec cat\n' >"$demo/cups/filter/orvprint"; chmod +x "$demo/cups/filter/orvprint"
+
+export ORVPRINT_MACHINE_CONFIG=$demo/machine.ini
+export ORVPRINT_SHM_DIR=$demo/shm
+export XDG_CONFIG_DIRS=$demo/xdg
+export XDG_RUNTIME_DIR=$demo
+export CUPS_SERVERBIN=$demo/cups
+# OrvprintD refuses to run as the system account (root). The demo may run as
+# root (containers, CI): name another account as the system one.
+[ "$(id -u)" -eq 0 ] && export ORVPRINT_SYSTEM_ACCOUNT=orvprint-demo-system
+
+interactive=0
+xvfb_pid=
+cleanup() {
+  "$bin/OrvprintD" --quit >/dev/null 2>&1 || true
+  pkill -f "$bin/OrvClientTool" 2>/dev/null || true
+  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+  rm -rf "$demo"
+}
+trap cleanup EXIT
+
+if [ -n "${DISPLAY:-}" ] && xdotool getdisplaygeometry >/dev/null 2>&1; then
+  interactive=1
+  echo "== using your display $DISPLAY: answer the dialog when it appears"
+else
+  exec 3< <(Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>/dev/null)
+  read -r -t 20 display_no <&3
+  xvfb_pid=$(pgrep -n Xvfb)
+  export DISPLAY=:$display_no
+  echo "== no display: using a private Xvfb server ($DISPLAY)"
+fi
+export QT_QPA_PLATFORM=xcb
+
+echo "== starting OrvprintD"
+t0=$(date +%s%N)
+"$bin/OrvprintD" &
+orv_pid=$!
+mutex=$ORVPRINT_SHM_DIR/Orvprint_Popup_Dialog_MUTEX_EXISTANCE
+for _ in $(seq 200); do
+  if [ -e "$mutex" ] && ! flock -n "$mutex" true 2>/dev/null; then break; fi
+  kill -0 $orv_pid 2>/dev/null || { echo "OrvprintD ended early"; exit 1; }
+  sleep 0.05
+done
+echo "   serving after $(( ($(date +%s%N) - t0) / 1000000 )) ms (pid $orv_pid); client tool running: $(pgrep -f "$bin/OrvClientTool" >/dev/null && echo yes || echo no)"
+
+cat >"$demo/request.json" <<'JSON'
+{
+  "printers": [
+    { "id": "P-3F-01", "name": "三楼彩色打印机", "comment": "三楼东侧，A3 彩色",
+      "description": "HP Color LaserJet", "status": 0, "maxPagesPerJob": 200,
+      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false },
+    { "id": "P-5F-02", "name": "五楼黑白打印机", "comment": "",
+      "description": "Kyocera", "status": 1, "maxPagesPerJob": 50,
+      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false }
+  ],
+  "projects": [
+    { "id": "PRJ-001", "name": "年度审计项目", "comment": "财务部" },
+    { "id": "PRJ-002", "name": "市场推广", "comment": "" }
+  ]
+}
+JSON
+
+echo "== orvprint-send $demo/request.json (the printing service's side)"
+t1=$(date +%s%N)
+"$bin/orvprint-send" --timeout 300 "$demo/request.json" >"$demo/answer.json" &
+send_pid=$!
+
+if [ $interactive -eq 0 ]; then
+  win=$(xdotool search --sync --onlyvisible --name "请选择打印选项" | head -1)
+  echo "   dialog on screen after $(( ($(date +%s%N) - t1) / 1000000 )) ms"
+  import -window root "$out/dialog.png" 2>/dev/null || xwd -root -silent | convert xwd:- "$out/dialog.png"
+  xdotool windowactivate --sync "$win" 2>/dev/null || xdotool windowfocus --sync "$win" 2>/dev/null || true
+  xdotool key --window "$win" Return
+fi
+wait $send_pid || true
+echo "== answer"
+cat "$demo/answer.json"; echo
+echo "== Config.ini now"
+grep -E "^Default" "$demo/temp/Config.ini" | sed 's/^/   /'
+[ $interactive -eq 0 ] && echo "== screenshot: $out/dialog.png"
+echo "== log (last lines of $demo/log/OrvprintD.log)"
+tail -n 12 "$demo/log/OrvprintD.log" | sed 's/^/   /'
+echo "== stopping OrvprintD (OrvprintD --quit)"
+"$bin/OrvprintD" --quit || true

@@ -1,0 +1,615 @@
+// The print-option dialog's content and flow, against a fake window.
+#include <array>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <gtest/gtest.h>
+#include "app/OrvConfig.h"
+#include "app/OrvprintDDlg.h"
+#include "app/FakeDlgConfig.h"
+#include "app/FakeOrvprintDDlgView.h"
+#include "app/JobRequestBuilder.h"
+#include "support/LogCapture.h"
+
+using orvtest::CFakeDlgConfig;
+using orvtest::CFakeOrvprintDDlgView;
+using orvtest::CJobRequestBuilder;
+
+namespace {
+
+const uint8_t FILL = 0xAB;
+
+// The 44 answer bytes as the printing service reads them.
+std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinterId, const std::u16string& strProjectId)
+{
+    std::vector<uint8_t> vec(44, 0);
+    std::memcpy(vec.data(), &iResult, 4);
+    std::memcpy(vec.data() + 4, strPrinterId.data(), strPrinterId.size() * 2);
+    std::memcpy(vec.data() + 24, strProjectId.data(), strProjectId.size() * 2);
+    return vec;
+}
+
+class OrvprintDDlgTest : public ::testing::Test {
+protected:
+    typedef std::function<void(CFakeOrvprintDDlgView&)> Script;
+
+    void Construct()
+    {
+        m_vecRequest = m_request.Build();
+        m_uiRecvSize = m_vecRequest.size();
+        m_abyReply.fill(FILL);
+        m_uiRespSize = m_abyReply.size();
+        m_pDlg.reset(new COrvprintDDlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize));
+    }
+
+    int Run(Script fnScript = Script())
+    {
+        if (!m_pDlg) {
+            Construct();
+        }
+        m_pDlg->SetViewFactory([this, fnScript](IOrvprintDDlgEvents& objEvents) {
+            std::unique_ptr<CFakeOrvprintDDlgView> pView(new CFakeOrvprintDDlgView(objEvents));
+            pView->m_fnScript = fnScript;
+            pView->m_iFailPrinterAdd = m_iFailPrinterAdd;
+            pView->m_iFailProjectAdd = m_iFailProjectAdd;
+            pView->m_iFailCode = m_iFailCode;
+            m_pView = pView.get();
+            return std::unique_ptr<IOrvprintDDlgView>(std::move(pView));
+        });
+        m_pDlg->SetConfigFactory([this]() -> std::shared_ptr<IOrvprintDDlgConfig> {
+            ++m_iConfigsMade;
+            if (m_bConfigThrows) {
+                throw COrvConfigException(0);
+            }
+            return m_spConfig;
+        });
+        return m_pDlg->DoModal();
+    }
+
+    std::vector<uint8_t> Reply(size_t uiBytes = 44) const
+    {
+        return std::vector<uint8_t>(m_abyReply.begin(), m_abyReply.begin() + uiBytes);
+    }
+
+    int32_t ReplyResult() const
+    {
+        int32_t iResult;
+        std::memcpy(&iResult, m_abyReply.data(), 4);
+        return iResult;
+    }
+
+    // The bytes after the 44-byte answer are never written.
+    void ExpectTailUntouched() const
+    {
+        for (size_t i = 44; i < m_abyReply.size(); ++i) {
+            ASSERT_EQ(FILL, m_abyReply[i]) << "byte " << i;
+        }
+    }
+
+    CJobRequestBuilder m_request;
+    std::shared_ptr<CFakeDlgConfig> m_spConfig = std::make_shared<CFakeDlgConfig>();
+    bool m_bConfigThrows = false;
+    int m_iConfigsMade = 0;
+    int m_iFailPrinterAdd = -1;
+    int m_iFailProjectAdd = -1;
+    int m_iFailCode = -1;
+
+    std::vector<uint8_t> m_vecRequest;
+    uint64_t m_uiRecvSize = 0;
+    std::array<uint8_t, 64> m_abyReply{};
+    uint64_t m_uiRespSize = 0;
+    std::unique_ptr<COrvprintDDlg> m_pDlg;
+    CFakeOrvprintDDlgView* m_pView = nullptr;
+};
+
+typedef std::function<void(CFakeOrvprintDDlgView&)> Script;
+const Script CANCEL = [](CFakeOrvprintDDlgView& v) { v.ClickCancel(); };
+const Script OK = [](CFakeOrvprintDDlgView& v) { v.ClickOk(); };
+
+} // namespace
+
+// ---------------------------------------------------------------- constructor
+
+TEST_F(OrvprintDDlgTest, ConstructorClearsIdsStoresSizeAndKeepsResultWord)
+{
+    m_request.Printer(u"P1", u"Printer 1");
+    Construct();
+    EXPECT_EQ(44u, m_uiRespSize);
+    std::vector<uint8_t> vecExpected(44, 0);
+    std::memset(vecExpected.data(), FILL, 4); // the result word is not touched
+    EXPECT_EQ(vecExpected, Reply());
+    ExpectTailUntouched();
+}
+
+TEST_F(OrvprintDDlgTest, MalformedRequestThrowsFromConstructorBeforeAnyWindow)
+{
+    m_vecRequest = m_request.Printer(u"P1", u"Printer 1").Build();
+    m_uiRecvSize = m_vecRequest.size() - 1;
+    m_uiRespSize = 44;
+    try {
+        COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
+        FAIL() << "no exception";
+    } catch (const CJobOptionDataException& e) {
+        EXPECT_EQ(static_cast<uint32_t>(CJobOptionDataException::FORMAT_ERROR), e.GetCode());
+    }
+}
+
+TEST_F(OrvprintDDlgTest, ShortReplyBufferThrowsInvalidParameter)
+{
+    m_vecRequest = m_request.Build();
+    m_uiRecvSize = m_vecRequest.size();
+    m_uiRespSize = 43;
+    try {
+        COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
+        FAIL() << "no exception";
+    } catch (const CJobOptionDataException& e) {
+        EXPECT_EQ(static_cast<uint32_t>(CJobOptionDataException::INVALID_PARAMETER), e.GetCode());
+    }
+}
+
+// ------------------------------------------------------------- printer list
+
+TEST_F(OrvprintDDlgTest, NoPrintersAndNoRoaming)
+{
+    m_request.Project(u"J1", u"Project 1");
+    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+                  EXPECT_TRUE(v.m_vecPrinters.empty());
+                  EXPECT_EQ(-1, v.m_iPrinterSel);
+                  EXPECT_EQ(L"没有可选择的打印机", v.m_strPrinterDetails);
+                  EXPECT_FALSE(v.m_bOkEnabled);
+                  v.ClickCancel();
+              }));
+    EXPECT_TRUE(m_pView->m_bInitResult);
+    EXPECT_EQ(1, m_pView->m_iClearCount);
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    ExpectTailUntouched();
+}
+
+TEST_F(OrvprintDDlgTest, RoamingEntryAloneIsSelectedAndConfirmsWithEmptyPrinterId)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_request.Project(u"J1", u"Project 1");
+    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](CFakeOrvprintDDlgView& v) {
+                  ASSERT_EQ(1u, v.m_vecPrinters.size());
+                  EXPECT_EQ(L"漫游打印(SG认证)", v.m_vecPrinters[0].strText);
+                  EXPECT_EQ(L"刷卡进行打印", v.m_vecPrinters[0].strDescription);
+                  EXPECT_TRUE(v.m_vecPrinters[0].bEnabled);
+                  EXPECT_EQ(0, v.m_iPrinterSel);
+                  EXPECT_EQ(L"刷卡之后进行打印", v.m_strPrinterDetails);
+                  EXPECT_TRUE(v.m_bOkEnabled);
+                  v.ClickOk();
+              }));
+    EXPECT_EQ(Answer(0, u"", u"J1"), Reply());
+    EXPECT_EQ(L"", m_spConfig->m_strDefaultPrinter);
+    EXPECT_EQ(1, m_spConfig->m_iSetPrinterCalls);
+}
+
+TEST_F(OrvprintDDlgTest, RoamingEntryComesFirst)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"Project 1");
+    Run(CANCEL);
+    ASSERT_EQ(2u, m_pView->m_vecPrinters.size());
+    EXPECT_EQ(L"漫游打印(SG认证)", m_pView->m_vecPrinters[0].strText);
+    EXPECT_EQ(L"Printer 1", m_pView->m_vecPrinters[1].strText);
+}
+
+TEST_F(OrvprintDDlgTest, ListLinesOfUsableAndUnusablePrinters)
+{
+    m_request.Printer(u"P1", u"普通打印机", 0, false, 3, 12)
+        .Printer(u"P2", u"过期打印机", 1, false, 4, 5)
+        .Printer(u"P3", u"页数超限", 0, true, 6, 700)
+        .Printer(u"P4", u"两者都有", 1, true, 7, 800)
+        .Project(u"J1", u"Project 1");
+    Run(CANCEL);
+    const auto& items = m_pView->m_vecPrinters;
+    ASSERT_EQ(4u, items.size());
+    EXPECT_EQ(L"普通打印机", items[0].strText);
+    EXPECT_EQ(L"打印任务数：3，打印任务总页数：12", items[0].strDescription);
+    EXPECT_TRUE(items[0].bEnabled);
+    EXPECT_EQ(L"已超出使用时间。", items[1].strDescription);
+    EXPECT_FALSE(items[1].bEnabled);
+    EXPECT_EQ(L"当前打印任务总页数超出打印机限制。", items[2].strDescription);
+    EXPECT_FALSE(items[2].bEnabled);
+    // The status test wins over the page test.
+    EXPECT_EQ(L"已超出使用时间。", items[3].strDescription);
+    EXPECT_FALSE(items[3].bEnabled);
+}
+
+TEST_F(OrvprintDDlgTest, PrinterDetailsTexts)
+{
+    m_request.Printer(u"P1", u"Printer 1", 0, false, 3, 12, 100)
+        .Printer(u"P2", u"Printer 2", 0, false, 3, 12, 50, u"三楼东侧")
+        .Printer(u"P3", u"Printer 3", 1, true, 1, 1, 10)
+        .Printer(u"P4", u"Printer 4", 0, true, 1, 999, 20, u"c");
+    Construct();
+    Run(CANCEL);
+    CJobOptionData view(m_vecRequest.data(), m_vecRequest.size());
+    CJobOptionData::PRINTER_INFO stu;
+    view.GetPrinterInfo(0, stu);
+    EXPECT_EQ(L"打印机名：Printer 1\r\n打印机状态：打印任务数(3)，打印任务总页数(12)\r\n最大打印页数：100",
+              m_pDlg->GetDescription(stu));
+    view.GetPrinterInfo(1, stu);
+    EXPECT_EQ(L"打印机名：Printer 2\r\n打印机状态：打印任务数(3)，打印任务总页数(12)\r\n最大打印页数：50\r\n"
+              L"详细信息：三楼东侧",
+              m_pDlg->GetDescription(stu));
+    view.GetPrinterInfo(2, stu);
+    EXPECT_EQ(L"打印机名：Printer 3\r\n打印机状态：已超出使用时间。\r\n最大打印页数：10", m_pDlg->GetDescription(stu));
+    view.GetPrinterInfo(3, stu);
+    EXPECT_EQ(L"打印机名：Printer 4\r\n打印机状态：当前打印任务总页数超出打印机限制。\r\n最大打印页数：20\r\n详细信息：c",
+              m_pDlg->GetDescription(stu));
+}
+
+TEST_F(OrvprintDDlgTest, ProjectDetailsTexts)
+{
+    m_request.Project(u"J7", u"研发项目");
+    Construct();
+    Run(CANCEL);
+    CJobOptionData view(m_vecRequest.data(), m_vecRequest.size());
+    CJobOptionData::PROJECT_INFO stu;
+    view.GetProjectInfo(0, stu);
+    EXPECT_EQ(L"项目名 : 研发项目\r\n项目ID : J7\r\n", m_pDlg->GetDescription(stu));
+}
+
+TEST_F(OrvprintDDlgTest, SelectingAPrinterShowsItsDetailsAndEnablesOk)
+{
+    m_spConfig->m_strDefaultPrinter = L"gone";
+    m_request.Printer(u"P1", u"Printer 1", 0, false, 2, 9, 30).Project(u"J1", u"Project 1");
+    Run([](CFakeOrvprintDDlgView& v) {
+        EXPECT_EQ(-1, v.m_iPrinterSel);
+        EXPECT_EQ(L"请选择打印机", v.m_strPrinterDetails);
+        EXPECT_FALSE(v.m_bOkEnabled);
+        v.SelectPrinter(0);
+        EXPECT_EQ(L"打印机名：Printer 1\r\n打印机状态：打印任务数(2)，打印任务总页数(9)\r\n最大打印页数：30",
+                  v.m_strPrinterDetails);
+        EXPECT_TRUE(v.m_bOkEnabled);
+        v.ClickOk();
+    });
+    EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, ExpiredAndTooManyPagesPrintersCanBeSelectedButNotConfirmed)
+{
+    m_request.Printer(u"P1", u"Good").Printer(u"P2", u"Expired", 1, true).Printer(u"P3", u"Big", 0, true).Project(
+        u"J1", u"Project 1");
+    Run([](CFakeOrvprintDDlgView& v) {
+        EXPECT_TRUE(v.m_bOkEnabled);
+        v.SelectPrinter(1);
+        EXPECT_EQ(1, v.m_iPrinterSel);
+        EXPECT_NE(std::wstring::npos, v.m_strPrinterDetails.find(L"已超出使用时间。"));
+        EXPECT_FALSE(v.m_bOkEnabled);
+        v.SelectPrinter(2);
+        EXPECT_NE(std::wstring::npos, v.m_strPrinterDetails.find(L"当前打印任务总页数超出打印机限制。"));
+        EXPECT_FALSE(v.m_bOkEnabled);
+        v.SelectPrinter(0);
+        EXPECT_TRUE(v.m_bOkEnabled);
+        v.ClickCancel();
+    });
+}
+
+// ----------------------------------------------------------- default choice
+
+TEST_F(OrvprintDDlgTest, EmptyDefaultSelectsFirstItems)
+{
+    m_request.Printer(u"P1", u"A").Printer(u"P2", u"B").Project(u"J1", u"X").Project(u"J2", u"Y");
+    Run(OK);
+    EXPECT_EQ(0, m_pView->m_iPrinterSel);
+    EXPECT_EQ(0, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, DefaultPrefixOfTwoNamesSelectsFirstFoundFromItemOne)
+{
+    m_spConfig->m_strDefaultPrinter = L"hp laser";
+    m_request.Printer(u"P0", u"Canon")
+        .Printer(u"P1", u"HP LaserJet 2")
+        .Printer(u"P2", u"hp laserjet 1")
+        .Project(u"J1", u"X");
+    Run(OK);
+    EXPECT_EQ(1, m_pView->m_iPrinterSel);
+    EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, DefaultMatchingItemZeroIsTriedLast)
+{
+    m_spConfig->m_strDefaultPrinter = L"Hp";
+    m_request.Printer(u"P0", u"HP Color").Printer(u"P1", u"Canon").Printer(u"P2", u"hP Mono").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_EQ(2, m_pView->m_iPrinterSel);
+}
+
+TEST_F(OrvprintDDlgTest, DefaultMatchingOnlyItemZero)
+{
+    m_spConfig->m_strDefaultPrinter = L"hp";
+    m_request.Printer(u"P0", u"HP Color").Printer(u"P1", u"Canon").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_EQ(0, m_pView->m_iPrinterSel);
+}
+
+TEST_F(OrvprintDDlgTest, DefaultMatchingNothingSelectsNothing)
+{
+    m_spConfig->m_strDefaultPrinter = L"Printer 10";
+    m_spConfig->m_strDefaultProject = L"Z";
+    m_request.Printer(u"P0", u"Printer 1").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_EQ(-1, m_pView->m_iPrinterSel);
+    EXPECT_EQ(-1, m_pView->m_iProjectSel);
+    EXPECT_EQ(L"请选择打印机", m_pView->m_strPrinterDetails);
+    EXPECT_EQ(L"请选择项目", m_pView->m_strProjectDetails);
+    EXPECT_FALSE(m_pView->m_bOkEnabled);
+}
+
+TEST_F(OrvprintDDlgTest, DefaultProjectByPrefix)
+{
+    m_spConfig->m_strDefaultProject = L"研发";
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"市场部").Project(u"J2", u"研发二部").Project(u"J3", u"研发一部");
+    Run(OK);
+    EXPECT_EQ(1, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P0", u"J2"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, FindItemByPrefixRule)
+{
+    m_request.Printer(u"P0", u"abc").Printer(u"P1", u"ABD").Printer(u"P2", u"x");
+    Run(CANCEL);
+    EXPECT_EQ(1, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PRINTER_LIST, L"ab"));
+    EXPECT_EQ(0, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PRINTER_LIST, L"ABC"));
+    EXPECT_EQ(2, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PRINTER_LIST, L"X"));
+    EXPECT_EQ(-1, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PRINTER_LIST, L"abcd"));
+    EXPECT_EQ(-1, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PROJECT_LIST, L"a"));
+}
+
+// ------------------------------------------------------------- project list
+
+TEST_F(OrvprintDDlgTest, NoProjectEntryComesFirstAndShowsEmptyLabels)
+{
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    Run(OK);
+    ASSERT_EQ(2u, m_pView->m_vecProjects.size());
+    EXPECT_EQ(L"(不选择项目)", m_pView->m_vecProjects[0]);
+    EXPECT_EQ(L"X", m_pView->m_vecProjects[1]);
+    EXPECT_EQ(0, m_pView->m_iProjectSel);
+    EXPECT_EQ(L"项目名 : \r\n项目ID : \r\n", m_pView->m_strProjectDetails);
+    EXPECT_EQ(Answer(0, u"P0", u""), Reply());
+    EXPECT_EQ(L"", m_spConfig->m_strDefaultProject);
+    EXPECT_EQ(1, m_spConfig->m_iSetProjectCalls);
+}
+
+TEST_F(OrvprintDDlgTest, NoProjectsShownWhileProjectsAreDisplayedDisablesOk)
+{
+    m_request.Printer(u"P0", u"Printer");
+    Run(CANCEL);
+    EXPECT_TRUE(m_pView->m_vecProjects.empty());
+    EXPECT_EQ(L"没有可选择的项目", m_pView->m_strProjectDetails);
+    EXPECT_EQ(0, m_pView->m_iPrinterSel);
+    EXPECT_FALSE(m_pView->m_bOkEnabled);
+}
+
+TEST_F(OrvprintDDlgTest, NoProjectEntryAloneKeepsOkEnabled)
+{
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_request.Printer(u"P0", u"Printer");
+    Run(OK);
+    EXPECT_EQ(Answer(0, u"P0", u""), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, ProjectSelectionMarksTheReplyCancelledUntilOk)
+{
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X").Project(u"J2", u"Y");
+    Run([this](CFakeOrvprintDDlgView& v) {
+        // The default project was selected while filling: result word 1.
+        EXPECT_EQ(1, ReplyResult());
+        std::memset(m_abyReply.data(), 0, 4);
+        v.SelectPrinter(0); // a printer change leaves it alone
+        EXPECT_EQ(0, ReplyResult());
+        v.SelectProject(1);
+        EXPECT_EQ(1, ReplyResult());
+        EXPECT_EQ(L"项目名 : Y\r\n项目ID : J2\r\n", v.m_strProjectDetails);
+        v.ClickOk();
+    });
+    EXPECT_EQ(Answer(0, u"P0", u"J2"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, NoProjectSelectedLeavesResultWordAlone)
+{
+    m_spConfig->m_strDefaultProject = L"none";
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    Run([this](CFakeOrvprintDDlgView&) {
+        std::vector<uint8_t> vecExpected(44, 0);
+        std::memset(vecExpected.data(), FILL, 4);
+        EXPECT_EQ(vecExpected, Reply());
+    });
+    EXPECT_EQ(-1, m_pView->m_iResult);
+}
+
+TEST_F(OrvprintDDlgTest, ChangingProjectThenEscapeAnswersCancelled)
+{
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X").Project(u"J2", u"Y");
+    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+                  v.SelectProject(1);
+                  v.ClickCancel(); // Escape and the close box come here
+              }));
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+    EXPECT_EQ(0, m_spConfig->m_iSetProjectCalls);
+}
+
+// ------------------------------------------------------- hidden projects
+
+TEST_F(OrvprintDDlgTest, HiddenProjectsAreStillFilledDefaultedAndReturned)
+{
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_spConfig->m_strDefaultProject = L"y";
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X").Project(u"J2", u"Y");
+    Run(OK);
+    EXPECT_TRUE(m_pView->m_bProjectHidden);
+    EXPECT_EQ(2u, m_pView->m_vecProjects.size());
+    EXPECT_EQ(1, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P0", u"J2"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, HiddenProjectsFirstProjectByDefault)
+{
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X").Project(u"J2", u"Y");
+    Run(OK);
+    EXPECT_EQ(Answer(0, u"P0", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, HiddenProjectsWithEmptyListKeepOkEnabled)
+{
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_request.Printer(u"P0", u"Printer");
+    Run([](CFakeOrvprintDDlgView& v) {
+        EXPECT_TRUE(v.m_bOkEnabled);
+        v.ClickOk();
+    });
+    EXPECT_EQ(Answer(0, u"P0", u""), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, HiddenProjectsUnmatchedProjectDefaultDoesNotDisableOk)
+{
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_spConfig->m_strDefaultProject = L"Q";
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    Run(OK);
+    EXPECT_EQ(-1, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P0", u""), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, DisplayedProjectsAreNotHidden)
+{
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_FALSE(m_pView->m_bProjectHidden);
+}
+
+// ------------------------------------------------------------ OK and Cancel
+
+TEST_F(OrvprintDDlgTest, OkAnswerBytesAndSavedDefaults)
+{
+    m_request.Printer(u"P0", u"Printer A").Printer(u"PR-12345", u"打印机B").Project(u"J1", u"X").Project(u"PJ-99", u"项目二");
+    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](CFakeOrvprintDDlgView& v) {
+                  v.SelectPrinter(1);
+                  v.SelectProject(1);
+                  v.ClickOk();
+              }));
+    EXPECT_EQ(Answer(0, u"PR-12345", u"PJ-99"), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    ExpectTailUntouched();
+    EXPECT_EQ(L"打印机B", m_spConfig->m_strDefaultPrinter);
+    EXPECT_EQ(L"项目二", m_spConfig->m_strDefaultProject);
+    EXPECT_EQ(1, m_pView->m_iEndCount);
+}
+
+TEST_F(OrvprintDDlgTest, LongIdsAreCutToNineCharacters)
+{
+    m_request.Printer(u"ABCDEFGHIJKL", u"Printer").Project(u"0123456789XY", u"X");
+    Run(OK);
+    EXPECT_EQ(Answer(0, u"ABCDEFGHI", u"012345678"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, CancelAnswerBytesAndNothingSaved)
+{
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run(CANCEL));
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    ExpectTailUntouched();
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+    EXPECT_EQ(0, m_spConfig->m_iSetProjectCalls);
+}
+
+TEST_F(OrvprintDDlgTest, ConfigIsMadeOnceAtInit)
+{
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    Construct();
+    EXPECT_EQ(0, m_iConfigsMade);
+    Run(CANCEL);
+    EXPECT_EQ(1, m_iConfigsMade);
+}
+
+TEST_F(OrvprintDDlgTest, SelectedNamesAreLogged)
+{
+    orvtest::LogCapture cap;
+    m_request.Printer(u"P0", u"打印机A").Project(u"J1", u"项目1");
+    Run(OK);
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("INFO - Selected printer : 打印机A, selected project : 项目1")) << cap.Text();
+    }
+}
+
+// -------------------------------------------------------------- failures
+
+TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)
+{
+    orvtest::LogCapture cap;
+    m_bConfigThrows = true;
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+                  EXPECT_FALSE(v.m_bInitResult);
+                  ASSERT_EQ(1u, v.m_vecMessages.size());
+                  EXPECT_EQ(L"读取配置文件失败。", v.m_vecMessages[0]);
+                  EXPECT_TRUE(v.m_vecPrinters.empty());
+                  EXPECT_TRUE(v.m_bOkEnabled); // the template's state
+                  EXPECT_EQ(0, v.m_iEnableOkCalls);
+                  v.ClickCancel();
+              }));
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("ERROR - app/OrvprintDDlg.cpp(")) << cap.Text();
+        EXPECT_TRUE(cap.Contains(") : catched COrvConfigException. Failed to read config file.")) << cap.Text();
+    }
+}
+
+TEST_F(OrvprintDDlgTest, FailedPrinterAddTellsTheUser)
+{
+    orvtest::LogCapture cap;
+    m_iFailPrinterAdd = 1;
+    m_iFailCode = -2; // out of space
+    m_request.Printer(u"P0", u"Printer 0").Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
+    Run([](CFakeOrvprintDDlgView& v) {
+        EXPECT_FALSE(v.m_bInitResult);
+        ASSERT_EQ(1u, v.m_vecMessages.size());
+        EXPECT_EQ(L"初始化打印选择对话框失败。", v.m_vecMessages[0]);
+        // What had been filled stays; the projects were never reached.
+        EXPECT_EQ(1u, v.m_vecPrinters.size());
+        EXPECT_TRUE(v.m_vecProjects.empty());
+        v.ClickCancel();
+    });
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains(") : throw COrvprintDDlgException(COrvprintDDlgException::FAILED_TO_INIT)"))
+            << cap.Text();
+        EXPECT_TRUE(cap.Contains(") : catched COrvprintDDlgException. Failed to initialize orvprintD dialog."))
+            << cap.Text();
+    }
+}
+
+TEST_F(OrvprintDDlgTest, FailedRoamingAddTellsTheUser)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_iFailPrinterAdd = 0;
+    m_request.Printer(u"P0", u"Printer 0").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_FALSE(m_pView->m_bInitResult);
+    ASSERT_EQ(1u, m_pView->m_vecMessages.size());
+    EXPECT_EQ(L"初始化打印选择对话框失败。", m_pView->m_vecMessages[0]);
+    EXPECT_TRUE(m_pView->m_vecPrinters.empty());
+}
+
+TEST_F(OrvprintDDlgTest, FailedProjectAddTellsTheUser)
+{
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_iFailProjectAdd = 1;
+    m_request.Printer(u"P0", u"Printer 0").Project(u"J1", u"X");
+    Run(CANCEL);
+    EXPECT_FALSE(m_pView->m_bInitResult);
+    ASSERT_EQ(1u, m_pView->m_vecMessages.size());
+    EXPECT_EQ(L"初始化打印选择对话框失败。", m_pView->m_vecMessages[0]);
+    // The printer part was done before the failure.
+    EXPECT_EQ(L"打印机名：Printer 0\r\n打印机状态：打印任务数(1)，打印任务总页数(1)\r\n最大打印页数：100",
+              m_pView->m_strPrinterDetails);
+    EXPECT_EQ(1u, m_pView->m_vecProjects.size());
+}

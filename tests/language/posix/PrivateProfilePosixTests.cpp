@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include "language/PrivateProfile.h"
+#include "language/TextConvert.h"
+#include "support/TempFolder.h"
+
+// The Linux private-profile functions: the bytes they leave in the file.
+
+using Language::PrivateProfileGetString;
+using Language::PrivateProfileWriteString;
+
+namespace {
+
+class PrivateProfilePosixTest : public testing::Test {
+protected:
+    std::wstring Path() const { return Language::WideFromUtf8(m_tmp.File("Config.ini")); }
+    int32_t Write(const wchar_t* szSection, const wchar_t* szKey, const wchar_t* szValue)
+    {
+        return PrivateProfileWriteString(szSection, szKey, szValue, Path().c_str());
+    }
+    std::string Content() const { return m_tmp.ReadFile("Config.ini"); }
+    void Put(const std::string& strContent) const { m_tmp.WriteFile("Config.ini", strContent); }
+
+    orvtest::TempFolder m_tmp;
+};
+
+} // namespace
+
+TEST_F(PrivateProfilePosixTest, NewFileIsUtf8WithLf)
+{
+    EXPECT_EQ(1, Write(L"Setting", L"DefaultPrinter", L"\u4E09\u697C\u6253\u5370\u673A"));
+    EXPECT_EQ("[Setting]\nDefaultPrinter=\xE4\xB8\x89\xE6\xA5\xBC\xE6\x89\x93\xE5\x8D\xB0\xE6\x9C\xBA\n", Content());
+    wchar_t szBuffer[16];
+    EXPECT_EQ(5u, PrivateProfileGetString(L"Setting", L"DefaultPrinter", L"", szBuffer, 16, Path().c_str()));
+    EXPECT_EQ(std::wstring(L"\u4E09\u697C\u6253\u5370\u673A"), szBuffer);
+}
+
+TEST_F(PrivateProfilePosixTest, ChangesOnlyTheKeyLine)
+{
+    Put("; settings of the print client\n"
+        "[Setting]\n"
+        "  DisplayProjectSelection = 2   ; odd\n"
+        "\tCanSelectNoPrinter=0\n"
+        "\n"
+        "[ServerConfig]\n"
+        "AuditInstalled=1\n");
+    EXPECT_EQ(1, Write(L"setting", L"displayprojectselection", L"1"));
+    EXPECT_EQ("; settings of the print client\n"
+              "[Setting]\n"
+              "DisplayProjectSelection=1\n"
+              "\tCanSelectNoPrinter=0\n"
+              "\n"
+              "[ServerConfig]\n"
+              "AuditInstalled=1\n",
+              Content());
+}
+
+TEST_F(PrivateProfilePosixTest, NewKeyAfterLastLineOfSection)
+{
+    Put("[Setting]\nA=1\n; last\n\n\n[ServerConfig]\nX=1\n");
+    EXPECT_EQ(1, Write(L"Setting", L"  New ", L"n"));
+    EXPECT_EQ("[Setting]\nA=1\n; last\nNew=n\n\n\n[ServerConfig]\nX=1\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, NewSectionAtEndAfterBlankLine)
+{
+    Put("[Setting]\r\nA=1\r\n");
+    EXPECT_EQ(1, Write(L" ServerConfig ", L"AuditInstalled", L"1"));
+    EXPECT_EQ("[Setting]\r\nA=1\r\n\r\n[ServerConfig]\r\nAuditInstalled=1\r\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, CrLfFileGetsCrLfLines)
+{
+    Put("[Setting]\r\nA=1\r\n\r\n[Other]\r\nB=2\r\n");
+    EXPECT_EQ(1, Write(L"Setting", L"C", L"3"));
+    EXPECT_EQ(1, Write(L"Setting", L"A", L"4"));
+    EXPECT_EQ("[Setting]\r\nA=4\r\nC=3\r\n\r\n[Other]\r\nB=2\r\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, LastLineWithoutEndGetsOne)
+{
+    Put("[S]\nA=1");
+    EXPECT_EQ(1, Write(L"S", L"B", L"2"));
+    EXPECT_EQ("[S]\nA=1\nB=2\n", Content());
+    Put("[S]\nA=1");
+    EXPECT_EQ(1, Write(L"S", L"A", L"5"));
+    EXPECT_EQ("[S]\nA=5", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, KeyBeforeAnySection)
+{
+    Put("[S]\nA=1\n");
+    EXPECT_EQ(1, Write(L"", L"Top", L"t"));
+    EXPECT_EQ("Top=t\n[S]\nA=1\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, ByteOrderMarkAndForeignBytesKept)
+{
+    Put("\xEF\xBB\xBF[S]\nodd=\xFF\xFE raw\nA=1\n");
+    EXPECT_EQ(1, Write(L"S", L"A", L"2"));
+    EXPECT_EQ("\xEF\xBB\xBF[S]\nodd=\xFF\xFE raw\nA=2\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, DeletesOnlyTheirLines)
+{
+    Put("[S]\nA=1\n;c\nB=2\n\n[T]\nC=3\n\n[U]\nD=4\n");
+    EXPECT_EQ(1, Write(L"S", L"A", nullptr));
+    EXPECT_EQ("[S]\n;c\nB=2\n\n[T]\nC=3\n\n[U]\nD=4\n", Content());
+    EXPECT_EQ(1, Write(L"T", nullptr, nullptr));
+    EXPECT_EQ("[S]\n;c\nB=2\n\n[U]\nD=4\n", Content());
+}
+
+TEST_F(PrivateProfilePosixTest, ReplacesFileAsAWhole)
+{
+    Put("[S]\nA=1\n");
+    ASSERT_EQ(0, chmod(m_tmp.File("Config.ini").c_str(), 0640));
+    struct stat stBefore;
+    ASSERT_EQ(0, stat(m_tmp.File("Config.ini").c_str(), &stBefore));
+    EXPECT_EQ(1, Write(L"S", L"A", L"2"));
+    struct stat stAfter;
+    ASSERT_EQ(0, stat(m_tmp.File("Config.ini").c_str(), &stAfter));
+    EXPECT_NE(stBefore.st_ino, stAfter.st_ino);
+    EXPECT_EQ(0640u, stAfter.st_mode & 07777);
+    int iEntries = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_tmp.Path())) {
+        (void)entry;
+        ++iEntries;
+    }
+    EXPECT_EQ(1, iEntries);
+}
+
+TEST_F(PrivateProfilePosixTest, WritesThroughLink)
+{
+    m_tmp.WriteFile("Real.ini", "[S]\nA=1\n");
+    std::filesystem::create_symlink(m_tmp.File("Real.ini"), m_tmp.File("Config.ini"));
+    EXPECT_EQ(1, Write(L"S", L"A", L"2"));
+    EXPECT_TRUE(std::filesystem::is_symlink(m_tmp.File("Config.ini")));
+    EXPECT_EQ("[S]\nA=2\n", m_tmp.ReadFile("Real.ini"));
+}
+
+TEST_F(PrivateProfilePosixTest, FailedWriteLeavesNoTemporaryFile)
+{
+    std::filesystem::create_directory(m_tmp.File("Config.ini"));
+    EXPECT_EQ(0, Write(L"S", L"A", L"2"));
+    int iEntries = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(m_tmp.Path())) {
+        (void)entry;
+        ++iEntries;
+    }
+    EXPECT_EQ(1, iEntries);
+}

@@ -1,0 +1,161 @@
+#include "utility/posix/NamedMutexCore.h"
+
+#include <cerrno>
+#include <chrono>
+#include <sys/file.h>
+#include <unistd.h>
+#include "utility/NamedObject.h"
+
+namespace OrvUtility {
+
+namespace {
+
+typedef std::chrono::steady_clock Clock;
+
+// flock with a time limit: flock itself cannot time out, so a bounded wait
+// retries the non-blocking form with a short back-off.
+int LockFileUntil(int iFd, uint32_t uiTimeoutMs, Clock::time_point tpDeadline)
+{
+    if (uiTimeoutMs == NAMED_INFINITE) {
+        int r;
+        do {
+            r = flock(iFd, LOCK_EX);
+        } while (r != 0 && errno == EINTR);
+        return r == 0 ? 0 : -1;
+    }
+    auto usPause = std::chrono::microseconds(200);
+    for (;;) {
+        if (flock(iFd, LOCK_EX | LOCK_NB) == 0) {
+            return 0;
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return -1;
+        }
+        const Clock::time_point tpNow = Clock::now();
+        if (tpNow >= tpDeadline) {
+            return 1;
+        }
+        std::this_thread::sleep_for(std::min<Clock::duration>(usPause, tpDeadline - tpNow));
+        usPause = std::min<std::chrono::microseconds>(usPause * 2, std::chrono::milliseconds(10));
+    }
+}
+
+} // namespace
+
+CNamedMutexCore::CNamedMutexCore(const std::string& strKey, int iFd)
+    : m_strKey(strKey)
+    , m_iFd(iFd)
+    , m_bOwned(false)
+    , m_uiRecursion(0)
+{
+}
+
+CNamedMutexCore::~CNamedMutexCore()
+{
+    // Closing the descriptor drops the flock. An owner's record stays: the
+    // next owner finds the mutex abandoned.
+    if (m_iFd >= 0) {
+        close(m_iFd);
+    }
+}
+
+void CNamedMutexCore::WriteOwnerRecord()
+{
+    const std::string strRecord = std::to_string(static_cast<long>(getpid())) + "\n";
+    if (ftruncate(m_iFd, 0) == 0) {
+        (void)!pwrite(m_iFd, strRecord.data(), strRecord.size(), 0);
+    }
+}
+
+bool CNamedMutexCore::HasOwnerRecord() const
+{
+    char abyRecord[32];
+    return pread(m_iFd, abyRecord, sizeof(abyRecord), 0) > 0;
+}
+
+uint32_t CNamedMutexCore::Acquire(uint32_t uiTimeoutMs)
+{
+    const Clock::time_point tpDeadline = Clock::now() + std::chrono::milliseconds(uiTimeoutMs);
+    const std::thread::id idSelf = std::this_thread::get_id();
+    {
+        std::unique_lock<std::mutex> lock(m_mtx);
+        if (m_bOwned && m_idOwner == idSelf) {
+            ++m_uiRecursion;
+            return NAMED_WAIT_OBJECT_0;
+        }
+        while (m_bOwned) {
+            if (uiTimeoutMs == NAMED_INFINITE) {
+                m_cvFree.wait(lock);
+            } else if (m_cvFree.wait_until(lock, tpDeadline) == std::cv_status::timeout && m_bOwned) {
+                return NAMED_WAIT_TIMEOUT;
+            }
+        }
+        // Reserved for this thread while it waits for the other processes.
+        m_bOwned = true;
+        m_idOwner = idSelf;
+        m_uiRecursion = 0;
+    }
+
+    bool bAbandoned = false;
+    if (m_iFd >= 0) {
+        const int iLock = LockFileUntil(m_iFd, uiTimeoutMs, tpDeadline);
+        if (iLock != 0) {
+            const int iErr = errno;
+            {
+                std::lock_guard<std::mutex> lock(m_mtx);
+                m_bOwned = false;
+                m_idOwner = std::thread::id();
+            }
+            m_cvFree.notify_all();
+            errno = iErr;
+            return iLock > 0 ? NAMED_WAIT_TIMEOUT : NAMED_WAIT_FAILED;
+        }
+        bAbandoned = HasOwnerRecord();
+        WriteOwnerRecord();
+    }
+    std::lock_guard<std::mutex> lock(m_mtx);
+    m_uiRecursion = 1;
+    return bAbandoned ? NAMED_WAIT_ABANDONED_0 : NAMED_WAIT_OBJECT_0;
+}
+
+bool CNamedMutexCore::TryAcquireNow()
+{
+    std::lock_guard<std::mutex> lock(m_mtx);
+    if (m_bOwned) {
+        return false;
+    }
+    if (m_iFd >= 0) {
+        if (flock(m_iFd, LOCK_EX | LOCK_NB) != 0) {
+            return false;
+        }
+        WriteOwnerRecord();
+    }
+    m_bOwned = true;
+    m_idOwner = std::this_thread::get_id();
+    m_uiRecursion = 1;
+    return true;
+}
+
+bool CNamedMutexCore::Release()
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        if (!m_bOwned || m_idOwner != std::this_thread::get_id() || m_uiRecursion == 0) {
+            errno = EPERM;
+            return false;
+        }
+        if (--m_uiRecursion > 0) {
+            return true;
+        }
+        if (m_iFd >= 0) {
+            (void)!ftruncate(m_iFd, 0);
+            flock(m_iFd, LOCK_UN);
+        }
+        m_bOwned = false;
+        m_idOwner = std::thread::id();
+    }
+    m_cvFree.notify_all();
+    return true;
+}
+
+} // namespace OrvUtility

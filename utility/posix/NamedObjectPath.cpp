@@ -1,0 +1,209 @@
+#include "utility/posix/NamedObjectPath.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cwchar>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include "language/TextConvert.h"
+#include "logging/LogMacros.h"
+
+namespace OrvUtility {
+
+namespace {
+
+const wchar_t GLOBAL_PREFIX[] = L"Global\\";
+const wchar_t LOCAL_PREFIX[] = L"Local\\";
+const size_t MAX_LEAF_BYTES = 255;
+// Attempts of the open-or-create race (another process may create or remove
+// the file between our two calls).
+const int OPEN_ATTEMPTS = 8;
+
+bool StartsWith(const std::wstring& strText, const wchar_t* szPrefix)
+{
+    return strText.compare(0, std::wcslen(szPrefix), szPrefix) == 0;
+}
+
+// Checks an opened file's kind; logs and closes it when it is not the one
+// expected.
+bool CheckKind(int iFd, const std::string& strPath, NamedObjectFileKind eKind)
+{
+    struct stat st;
+    if (fstat(iFd, &st) != 0) {
+        const int iErr = errno;
+        close(iFd);
+        errno = iErr;
+        return false;
+    }
+    const bool bRight = eKind == NAMED_FILE_FIFO ? S_ISFIFO(st.st_mode) : S_ISREG(st.st_mode);
+    if (!bRight) {
+        LogRefusedObject(strPath, eKind == NAMED_FILE_FIFO ? "it is not a FIFO." : "it is not a regular file.");
+        close(iFd);
+        errno = EINVAL;
+        return false;
+    }
+    return true;
+}
+
+int OpenExisting(int iDirFd, const std::string& strLeaf, bool bAllowReadOnly)
+{
+    const int iFlags = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int iFd = openat(iDirFd, strLeaf.c_str(), O_RDWR | iFlags);
+    if (iFd < 0 && errno == EACCES && bAllowReadOnly) {
+        iFd = openat(iDirFd, strLeaf.c_str(), O_RDONLY | iFlags);
+    }
+    return iFd;
+}
+
+} // namespace
+
+std::string SharedObjectFolder()
+{
+    const char* szDir = std::getenv("ORVPRINT_SHM_DIR");
+    return (szDir && *szDir) ? std::string(szDir) : std::string("/dev/shm");
+}
+
+bool UserObjectFolder(std::string& strFolder)
+{
+    const char* szRuntime = std::getenv("XDG_RUNTIME_DIR");
+    if (szRuntime && szRuntime[0] == '/') {
+        strFolder = szRuntime;
+        return true;
+    }
+    const uid_t uid = geteuid();
+    strFolder = "/tmp/orvprint-" + std::to_string(static_cast<unsigned long>(uid));
+    if (mkdir(strFolder.c_str(), 0700) != 0 && errno != EEXIST) {
+        return false;
+    }
+    struct stat st;
+    if (lstat(strFolder.c_str(), &st) != 0) {
+        return false;
+    }
+    if (!S_ISDIR(st.st_mode) || st.st_uid != uid || (st.st_mode & 0077) != 0) {
+        LogRefusedObject(strFolder, "it is not a private folder of this user.");
+        errno = EACCES;
+        return false;
+    }
+    return true;
+}
+
+bool LocateNamedObject(const std::wstring& strName, CNamedObjectLocation& location)
+{
+    std::wstring strLeaf;
+    if (StartsWith(strName, GLOBAL_PREFIX)) {
+        location.bShared = true;
+        location.strFolder = SharedObjectFolder();
+        strLeaf = strName.substr(std::wcslen(GLOBAL_PREFIX));
+    } else {
+        location.bShared = false;
+        if (!UserObjectFolder(location.strFolder)) {
+            return false;
+        }
+        strLeaf = StartsWith(strName, LOCAL_PREFIX) ? strName.substr(std::wcslen(LOCAL_PREFIX)) : strName;
+    }
+    if (strLeaf.empty() || strLeaf == L"." || strLeaf == L".." || strLeaf.find(L'/') != std::wstring::npos ||
+        strLeaf.find(L'\0') != std::wstring::npos) {
+        errno = EINVAL;
+        return false;
+    }
+    location.strLeaf = Language::Utf8FromWide(strLeaf);
+    if (location.strLeaf.size() > MAX_LEAF_BYTES) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    return true;
+}
+
+mode_t NamedObjectMode(uint32_t uiEveryoneAccess)
+{
+    return uiEveryoneAccess != 0 ? 0666 : 0600;
+}
+
+void LogRefusedObject(const std::string& strPath, const char* szReason)
+{
+    ORV_LOG_ERROR("%s(%d) : Refused %s: %s", strPath.c_str(), szReason);
+}
+
+int OpenNamedObjectFile(const CNamedObjectLocation& location, NamedObjectFileKind eKind, bool bCreate,
+                        mode_t uiMode, bool bAllowReadOnly, bool* pbCreated)
+{
+    if (pbCreated) {
+        *pbCreated = false;
+    }
+    const int iDirFd = open(location.strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iDirFd < 0) {
+        return -1;
+    }
+    const std::string strPath = location.Path();
+    int iResult = -1;
+    int iErr = ENOENT;
+    for (int iAttempt = 0; iAttempt < OPEN_ATTEMPTS; ++iAttempt) {
+        int iFd = OpenExisting(iDirFd, location.strLeaf, bAllowReadOnly);
+        if (iFd >= 0) {
+            if (CheckKind(iFd, strPath, eKind)) {
+                iResult = iFd;
+            }
+            iErr = errno;
+            break;
+        }
+        iErr = errno;
+        if (iErr == ELOOP) {
+            LogRefusedObject(strPath, "it is a symbolic link.");
+            break;
+        }
+        if (iErr != ENOENT || !bCreate) {
+            break;
+        }
+
+        // Missing: create it exclusively, so that nothing planted in the
+        // meantime is ever taken over.
+        if (eKind == NAMED_FILE_FIFO) {
+            if (mkfifoat(iDirFd, location.strLeaf.c_str(), 0600) != 0) {
+                iErr = errno;
+                if (iErr == EEXIST) {
+                    continue;
+                }
+                break;
+            }
+            iFd = OpenExisting(iDirFd, location.strLeaf, false);
+            if (iFd < 0) {
+                iErr = errno;
+                if (iErr == ENOENT) {
+                    continue;
+                }
+                break;
+            }
+            if (!CheckKind(iFd, strPath, eKind)) {
+                iErr = errno;
+                break;
+            }
+        } else {
+            iFd = openat(iDirFd, location.strLeaf.c_str(),
+                         O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0600);
+            if (iFd < 0) {
+                iErr = errno;
+                if (iErr == EEXIST) {
+                    continue;
+                }
+                break;
+            }
+        }
+        // The umask does not narrow the mode asked for.
+        if (fchmod(iFd, uiMode) != 0) {
+            iErr = errno;
+            close(iFd);
+            break;
+        }
+        if (pbCreated) {
+            *pbCreated = true;
+        }
+        iResult = iFd;
+        break;
+    }
+    close(iDirFd);
+    errno = iResult >= 0 ? 0 : iErr;
+    return iResult;
+}
+
+} // namespace OrvUtility

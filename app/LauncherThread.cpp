@@ -11,7 +11,7 @@
 CLauncherThread::CLauncherThread() : CSimpleCycleThread(L"Launcher thread", LAUNCH_PERIOD)
 {
     ORV_TRACE_SCOPE("CLauncherThread::CLauncherThread");
-    const std::wstring strFolder = Language::GetFolderOfPath(GetModuleFileName());
+    const std::wstring strFolder = Language::GetFolderOfPath(GetProgramPath());
     AddEntry(strFolder + GetClientToolFileName());
 }
 

@@ -102,7 +102,7 @@ int COrvprintDApp::InitInstance()
     // Start with every log-on.
     try {
         if (!AppPlatform::AutorunValueExists()) {
-            AppPlatform::WriteAutorunValue(GetModuleFileName());
+            AppPlatform::WriteAutorunValue(GetProgramPath());
         }
     } catch (const Language::Exception& e) {
         ORV_LOG_ERROR("%s(%d) : Failed to write autorun registry. err = %s", e.Message().c_str());

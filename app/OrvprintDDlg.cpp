@@ -353,7 +353,7 @@ void COrvprintDDlg::OnBnClickedOk()
     ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", strPrinterName.c_str(),
                        strProjectName.c_str());
 
-    m_pView->EndDialog(IDOK);
+    m_pView->EndDialog(RESULT_OK);
 }
 
 void COrvprintDDlg::OnBnClickedCancel()
@@ -361,5 +361,5 @@ void COrvprintDDlg::OnBnClickedCancel()
     ORV_TRACE_SCOPE("COrvprintDDlg::OnBnClickedCancel");
     m_pJobSelected->SetResult(CJobSelectedData::RESULT_CANCEL);
     *m_puiRespSize = CJobSelectedData::TOTAL_BUFFER_SIZE;
-    m_pView->EndDialog(IDCANCEL);
+    m_pView->EndDialog(RESULT_CANCEL);
 }

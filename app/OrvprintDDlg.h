@@ -26,7 +26,8 @@
 class COrvprintDDlg : public IOrvprintDDlgEvents {
 public:
     enum { IDD = 102 };
-    enum { IDOK = IOrvprintDDlgView::RESULT_OK, IDCANCEL = IOrvprintDDlgView::RESULT_CANCEL };
+    // DoModal results (the values of IDOK and IDCANCEL).
+    enum { RESULT_OK = IOrvprintDDlgView::RESULT_OK, RESULT_CANCEL = IOrvprintDDlgView::RESULT_CANCEL };
 
     typedef std::function<std::unique_ptr<IOrvprintDDlgView>(IOrvprintDDlgEvents&)> ViewFactory;
     typedef std::function<std::shared_ptr<IOrvprintDDlgConfig>()> ConfigFactory;
@@ -46,8 +47,8 @@ public:
     void SetViewFactory(ViewFactory fnViewFactory) { m_fnViewFactory = std::move(fnViewFactory); }
     void SetConfigFactory(ConfigFactory fnConfigFactory) { m_fnConfigFactory = std::move(fnConfigFactory); }
 
-    // Shows the dialog and returns when the user has closed it: IDOK (1) or
-    // IDCANCEL (2). Runs on the calling thread, which must be able to own
+    // Shows the dialog and returns when the user has closed it: RESULT_OK (1) or
+    // RESULT_CANCEL (2). Runs on the calling thread, which must be able to own
     // windows (on Linux: the Qt GUI thread).
     int DoModal();
 

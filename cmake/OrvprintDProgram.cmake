@@ -1,20 +1,17 @@
-# The OrvprintD program: the application library plus this platform's entry
-# point. It lies in bin/ beside the client tool that its launcher keeps
-# running, and beside the sample LogConfig.conf.
-add_executable(OrvprintD ${CMAKE_SOURCE_DIR}/app/${ORV_PLATFORM}/main.cpp)
-target_link_libraries(OrvprintD PRIVATE orv_app)
-target_compile_options(OrvprintD PRIVATE ${ORV_WARNINGS})
-set_target_properties(OrvprintD PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
-target_compile_definitions(orv_app PRIVATE ORVPRINTD_VERSION="${PROJECT_VERSION}")
-if(WIN32)
-  # A GUI program: no console window at log-on.
-  set_target_properties(OrvprintD PROPERTIES WIN32_EXECUTABLE ON)
-  if(TARGET orv_app_resources)
-    target_link_libraries(OrvprintD PRIVATE orv_app_resources)
+# Where the OrvprintD program lies and what comes with it: bin/, beside the
+# client tool that its launcher keeps running, with the sample LogConfig.conf.
+if(TARGET OrvprintD)
+  set_target_properties(OrvprintD PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+  if(EXISTS ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf)
+    configure_file(${CMAKE_SOURCE_DIR}/logging/LogConfig.conf ${CMAKE_BINARY_DIR}/bin/LogConfig.conf COPYONLY)
+  endif()
+  install(TARGETS OrvprintD RUNTIME DESTINATION .)
+  install(FILES ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf DESTINATION .)
+endif()
+if(TARGET orv_app)
+  get_target_property(orv_app_kind orv_app TYPE)
+  if(NOT orv_app_kind STREQUAL "INTERFACE_LIBRARY")
+    set_property(SOURCE ${CMAKE_SOURCE_DIR}/app/OrvprintDMain.cpp TARGET_DIRECTORY orv_app
+                 APPEND PROPERTY COMPILE_DEFINITIONS ORVPRINTD_VERSION="${PROJECT_VERSION}")
   endif()
 endif()
-add_custom_command(TARGET OrvprintD POST_BUILD
-                   COMMAND ${CMAKE_COMMAND} -E copy_if_different
-                           ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf ${CMAKE_BINARY_DIR}/bin/LogConfig.conf)
-install(TARGETS OrvprintD RUNTIME DESTINATION .)
-install(FILES ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf DESTINATION .)

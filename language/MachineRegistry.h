@@ -9,11 +9,11 @@ namespace Language {
 // Status codes of the machine registry operations. They are the Win32 error
 // codes that the registry functions return, on every platform.
 namespace MachineRegistryStatus {
-const uint32_t OK = 0;                 // ERROR_SUCCESS
-const uint32_t NOT_FOUND = 2;          // ERROR_FILE_NOT_FOUND: key or value missing
-const uint32_t ACCESS_DENIED = 5;      // ERROR_ACCESS_DENIED: e.g. a write through a read-only key
-const uint32_t INVALID_HANDLE = 6;     // ERROR_INVALID_HANDLE: the key is not open
-const uint32_t MORE_DATA = 234;        // ERROR_MORE_DATA: the value does not fit the buffer
+constexpr uint32_t OK = 0;                 // ERROR_SUCCESS
+constexpr uint32_t NOT_FOUND = 2;          // ERROR_FILE_NOT_FOUND: key or value missing
+constexpr uint32_t ACCESS_DENIED = 5;      // ERROR_ACCESS_DENIED: e.g. a write through a read-only key
+constexpr uint32_t INVALID_HANDLE = 6;     // ERROR_INVALID_HANDLE: the key is not open
+constexpr uint32_t MORE_DATA = 234;        // ERROR_MORE_DATA: the value does not fit the buffer
 } // namespace MachineRegistryStatus
 
 // An open key under HKEY_LOCAL_MACHINE, closed when the object goes.
@@ -41,9 +41,9 @@ const uint32_t MORE_DATA = 234;        // ERROR_MORE_DATA: the value does not fi
 class CMachineRegistryKey {
 public:
     // Bytes a registry character takes in data lengths (UTF-16 code unit).
-    static const uint32_t CHAR_BYTES = 2;
+    static constexpr uint32_t CHAR_BYTES = 2;
     // Value type of string data (REG_SZ).
-    static const uint32_t TYPE_STRING = 1;
+    static constexpr uint32_t TYPE_STRING = 1;
 
     enum EAccess {
         ACCESS_READ,      // KEY_READ

@@ -16,4 +16,18 @@ export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-"mscoree,mshtml=;winemenubuilder.exe=d"}
 "$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX"
 
-exec wine "$exe" "$@"
+# A gtest report path is a Unix path: give the Windows program its Wine form,
+# and make its folder, which gtest does not create there.
+args=()
+for a in "$@"; do
+  case "$a" in
+    --gtest_output=xml:/*)
+      path=${a#--gtest_output=xml:}
+      mkdir -p "$(dirname "$path")"
+      args+=("--gtest_output=xml:Z:${path//\//\\}")
+      ;;
+    *) args+=("$a") ;;
+  esac
+done
+
+exec wine "$exe" "${args[@]}"

@@ -194,7 +194,7 @@ uint32_t JoinFromMainThread(OrvUtility::CThread& objThread)
 
 int QuitRunningInstance(uint32_t uiTimeoutMs)
 {
-    const std::wstring strSelf = GetModuleFileName();
+    const std::wstring strSelf = GetProgramPath();
     const pid_t self = getpid();
     int iFound = 0;
     int iResult = 1;

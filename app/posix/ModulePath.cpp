@@ -6,7 +6,7 @@
 #include "language/ErrorText.h"
 #include "language/TextConvert.h"
 
-std::wstring GetModuleFileName()
+std::wstring GetProgramPath()
 {
     char szPath[PATH_MAX] = {0};
     const ssize_t iLength = readlink("/proc/self/exe", szPath, sizeof(szPath) - 1);

@@ -140,7 +140,7 @@ uint32_t JoinFromMainThread(OrvUtility::CThread& objThread)
 
 int QuitRunningInstance(uint32_t uiTimeoutMs)
 {
-    const std::wstring strSelf = GetModuleFileName();
+    const std::wstring strSelf = GetProgramPath();
     const DWORD dwSelf = GetCurrentProcessId();
     int iFound = 0;
     int iResult = 1;

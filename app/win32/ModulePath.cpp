@@ -3,7 +3,7 @@
 #include <windows.h>
 #include "language/ErrorText.h"
 
-std::wstring GetModuleFileName()
+std::wstring GetProgramPath()
 {
     wchar_t szPath[MAX_PATH] = {0};
     const DWORD dwLength = ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);

@@ -3,7 +3,7 @@
 #include "app/OrvprintDMain.h"
 #include "language/TextConvert.h"
 
-int main(int, char**)
+int WINAPI wWinMain(HINSTANCE, HINSTANCE, PWSTR, int)
 {
     // Options are ASCII; take them from the wide command line all the same.
     int iArgc = 0;

@@ -7,8 +7,10 @@
 log4cpp::Category* ResolveCategory(const std::string& strModule, const std::string& strClass,
                                    const std::string& strFunction)
 {
-    std::string strName;
-    strName.reserve(strModule.size() + strClass.size() + strFunction.size() + 2);
+    // Built in a per-thread buffer: no allocation once it has grown.
+    static thread_local std::string s_strName;
+    std::string& strName = s_strName;
+    strName.clear();
     log4cpp::Category* pCategory = nullptr;
     if (strClass.empty()) {
         strName.append(strModule).append(1, '.').append(strFunction);
@@ -29,11 +31,10 @@ log4cpp::Category* ResolveCategory(const std::string& strModule, const std::stri
 
 bool ResolveCurrentContext(TraceContext& context)
 {
-    std::string strEntry;
-    if (!ReadCurrentEntry(strEntry)) {
+    if (!ReadCurrentEntry(context.strEntry)) {
         return false;
     }
-    if (!SplitTraceEntry(strEntry, context.strModule, context.strClass, context.strFunction)) {
+    if (!SplitTraceEntry(context.strEntry, context.strModule, context.strClass, context.strFunction)) {
         return false;
     }
     context.pCategory = ResolveCategory(context.strModule, context.strClass, context.strFunction);

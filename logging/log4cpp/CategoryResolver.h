@@ -14,8 +14,11 @@ class Category;
 log4cpp::Category* ResolveCategory(const std::string& strModule, const std::string& strClass,
                                    const std::string& strFunction);
 
-// The calling thread's current trace entry, split, and its category.
+// The calling thread's current trace entry, split, and its category. Hot
+// callers keep one per thread and reuse it, so that its texts keep their
+// memory from call to call.
 struct TraceContext {
+    std::string strEntry;
     std::string strModule;
     std::string strClass;
     std::string strFunction;

@@ -19,7 +19,9 @@ namespace {
 // Begin and end lines go out at priority 0, so they pass any threshold.
 void WriteScopeLine(const char* szSuffix)
 {
-    TraceContext context;
+    // Runs for every traced call: the texts are kept per thread.
+    static thread_local TraceContext s_context;
+    TraceContext& context = s_context;
     if (!ResolveCurrentContext(context)) {
         return;
     }

@@ -155,7 +155,9 @@ bool IsPriorityEnabled(int iPriority)
     }
     CallerErrorState errorState;
     try {
-        TraceContext context;
+        // Asked before nearly every record: the texts are kept per thread.
+        static thread_local TraceContext s_context;
+        TraceContext& context = s_context;
         if (!ResolveCurrentContext(context)) {
             return false;
         }

@@ -152,7 +152,7 @@ TEST_F(OrvprintDDlgTest, ShortReplyBufferThrowsInvalidParameter)
 TEST_F(OrvprintDDlgTest, NoPrintersAndNoRoaming)
 {
     m_request.Project(u"J1", u"Project 1");
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](CFakeOrvprintDDlgView& v) {
                   EXPECT_TRUE(v.m_vecPrinters.empty());
                   EXPECT_EQ(-1, v.m_iPrinterSel);
                   EXPECT_EQ(L"没有可选择的打印机", v.m_strPrinterDetails);
@@ -170,7 +170,7 @@ TEST_F(OrvprintDDlgTest, RoamingEntryAloneIsSelectedAndConfirmsWithEmptyPrinterI
 {
     m_spConfig->m_bCanSelectNoPrinter = true;
     m_request.Project(u"J1", u"Project 1");
-    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](CFakeOrvprintDDlgView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_OK, Run([](CFakeOrvprintDDlgView& v) {
                   ASSERT_EQ(1u, v.m_vecPrinters.size());
                   EXPECT_EQ(L"漫游打印(SG认证)", v.m_vecPrinters[0].strText);
                   EXPECT_EQ(L"刷卡进行打印", v.m_vecPrinters[0].strDescription);
@@ -427,7 +427,7 @@ TEST_F(OrvprintDDlgTest, NoProjectSelectedLeavesResultWordAlone)
 TEST_F(OrvprintDDlgTest, ChangingProjectThenEscapeAnswersCancelled)
 {
     m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X").Project(u"J2", u"Y");
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](CFakeOrvprintDDlgView& v) {
                   v.SelectProject(1);
                   v.ClickCancel(); // Escape and the close box come here
               }));
@@ -491,7 +491,7 @@ TEST_F(OrvprintDDlgTest, DisplayedProjectsAreNotHidden)
 TEST_F(OrvprintDDlgTest, OkAnswerBytesAndSavedDefaults)
 {
     m_request.Printer(u"P0", u"Printer A").Printer(u"PR-12345", u"打印机B").Project(u"J1", u"X").Project(u"PJ-99", u"项目二");
-    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](CFakeOrvprintDDlgView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_OK, Run([](CFakeOrvprintDDlgView& v) {
                   v.SelectPrinter(1);
                   v.SelectProject(1);
                   v.ClickOk();
@@ -514,7 +514,7 @@ TEST_F(OrvprintDDlgTest, LongIdsAreCutToNineCharacters)
 TEST_F(OrvprintDDlgTest, CancelAnswerBytesAndNothingSaved)
 {
     m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run(CANCEL));
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run(CANCEL));
     EXPECT_EQ(Answer(1, u"", u""), Reply());
     EXPECT_EQ(44u, m_uiRespSize);
     ExpectTailUntouched();
@@ -548,7 +548,7 @@ TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)
     orvtest::LogCapture cap;
     m_bConfigThrows = true;
     m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](CFakeOrvprintDDlgView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](CFakeOrvprintDDlgView& v) {
                   EXPECT_FALSE(v.m_bInitResult);
                   ASSERT_EQ(1u, v.m_vecMessages.size());
                   EXPECT_EQ(L"读取配置文件失败。", v.m_vecMessages[0]);

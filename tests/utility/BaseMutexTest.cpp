@@ -22,6 +22,12 @@ OrvUtility::NamedMutexState ProbeFromOtherThread(const std::wstring& strName)
     return eState;
 }
 
+// Lock files of this test's names go to a folder of its own (Linux).
+class BaseMutexTest : public ::testing::Test {
+protected:
+    orvtest::ScopedUserFolder m_user;
+};
+
 } // namespace
 
 // Holds the named mutex and ends without releasing it.
@@ -35,7 +41,7 @@ ORV_CHILD_MAIN(BaseMutexHolderDies)
     std::_Exit(0);
 }
 
-TEST(BaseMutexTest, LockAndUnlockAnUnnamedMutex)
+TEST_F(BaseMutexTest, LockAndUnlockAnUnnamedMutex)
 {
     CBaseMutex mutex;
     ASSERT_NE(nullptr, mutex.GetHandle());
@@ -45,7 +51,7 @@ TEST(BaseMutexTest, LockAndUnlockAnUnnamedMutex)
     EXPECT_EQ(0, mutex.Unlock());
 }
 
-TEST(BaseMutexTest, IsRecursiveForItsOwner)
+TEST_F(BaseMutexTest, IsRecursiveForItsOwner)
 {
     CBaseMutex mutex;
     EXPECT_EQ(1, mutex.Lock(0xFFFFFFFF));
@@ -55,7 +61,7 @@ TEST(BaseMutexTest, IsRecursiveForItsOwner)
     EXPECT_EQ(0, mutex.Unlock());
 }
 
-TEST(BaseMutexTest, TheTimeoutArgumentDoesNotShortenTheWait)
+TEST_F(BaseMutexTest, TheTimeoutArgumentDoesNotShortenTheWait)
 {
     const std::wstring strName = orvtest::Wide(orvtest::UniqueObjectBase("BaseMutexWait"));
     CBaseMutex holder(strName.c_str());
@@ -79,7 +85,7 @@ TEST(BaseMutexTest, TheTimeoutArgumentDoesNotShortenTheWait)
     EXPECT_TRUE(bReleasedSeenByWaiter.load());
 }
 
-TEST(BaseMutexTest, TwoObjectsOfOneNameAreOneMutex)
+TEST_F(BaseMutexTest, TwoObjectsOfOneNameAreOneMutex)
 {
     const std::wstring strName = orvtest::Wide(orvtest::UniqueObjectBase("BaseMutexShared"));
     CBaseMutex first(strName.c_str());
@@ -93,7 +99,7 @@ TEST(BaseMutexTest, TwoObjectsOfOneNameAreOneMutex)
     EXPECT_EQ(OrvUtility::NAMED_MUTEX_FREE, ProbeFromOtherThread(strName));
 }
 
-TEST(BaseMutexTest, DestructorReleasesAnOwnedMutex)
+TEST_F(BaseMutexTest, DestructorReleasesAnOwnedMutex)
 {
     const std::wstring strName = orvtest::Wide(orvtest::UniqueObjectBase("BaseMutexDtor"));
     CBaseMutex keeper(strName.c_str()); // keeps the name alive
@@ -106,15 +112,17 @@ TEST(BaseMutexTest, DestructorReleasesAnOwnedMutex)
     // The destructor of an object that does not own it is harmless.
 }
 
-TEST(BaseMutexTest, AbandonedMutexLocksWithFalseAndIsOwnedAfterwards)
+TEST_F(BaseMutexTest, AbandonedMutexLocksWithFalseAndIsOwnedAfterwards)
 {
     const std::string strBase = orvtest::UniqueObjectBase("BaseMutexAbandoned");
+    const std::wstring strName = orvtest::Wide(strBase);
+    // Open before the holder dies (on Windows a mutex that nobody has open
+    // any more is gone, not abandoned).
+    CBaseMutex mutex(strName.c_str());
     auto child = orvtest::ChildProcess::StartSelf("BaseMutexHolderDies", {strBase});
     ASSERT_TRUE(child);
     ASSERT_EQ(0, child->Wait());
 
-    const std::wstring strName = orvtest::Wide(strBase);
-    CBaseMutex mutex(strName.c_str());
     EXPECT_EQ(0, mutex.Lock(0xFFFFFFFF));
     // Owned all the same, and clean after a release.
     EXPECT_EQ(OrvUtility::NAMED_MUTEX_OWNED, ProbeFromOtherThread(strName));
@@ -123,7 +131,7 @@ TEST(BaseMutexTest, AbandonedMutexLocksWithFalseAndIsOwnedAfterwards)
     EXPECT_EQ(1, mutex.Unlock());
 }
 
-TEST(BaseMutexTest, FailedCreationLogsTheErrorAndLocksFail)
+TEST_F(BaseMutexTest, FailedCreationLogsTheErrorAndLocksFail)
 {
     orvtest::LogCapture cap;
     // A name that cannot be a mutex's: a path below a folder that is no

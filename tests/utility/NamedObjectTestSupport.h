@@ -27,18 +27,20 @@ inline std::wstring Wide(const std::string& strUtf8)
     return Language::WideFromUtf8(strUtf8);
 }
 
-// Puts the "Global\" objects of this process and of the children it starts
-// into a fresh folder (Linux; Windows objects live in the kernel and ignore
-// it), so that test runs never touch /dev/shm or each other.
-class ScopedSharedFolder {
+// Sets an environment variable for the life of the object (and of the
+// children started meanwhile), then gives it back its old value ("" for one
+// that was not set: the code under test reads an empty value as unset).
+class ScopedEnvironment {
 public:
-    ScopedSharedFolder() { Put("ORVPRINT_SHM_DIR=" + m_folder.Path()); }
-    ~ScopedSharedFolder() { Put("ORVPRINT_SHM_DIR="); }
-    ScopedSharedFolder(const ScopedSharedFolder&) = delete;
-    ScopedSharedFolder& operator=(const ScopedSharedFolder&) = delete;
-
-    const std::string& Path() const { return m_folder.Path(); }
-    std::string File(const std::string& strName) const { return m_folder.File(strName); }
+    ScopedEnvironment(const std::string& strName, const std::string& strValue) : m_strName(strName)
+    {
+        const char* szOld = std::getenv(strName.c_str());
+        m_strOld = szOld ? szOld : "";
+        Put(m_strName + "=" + strValue);
+    }
+    ~ScopedEnvironment() { Put(m_strName + "=" + m_strOld); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
 
 private:
     static void Put(const std::string& strSetting)
@@ -50,7 +52,36 @@ private:
         putenv(szSetting);
     }
 
+    std::string m_strName;
+    std::string m_strOld;
+};
+
+// Puts the "Global\" objects of this process and of the children it starts
+// into a fresh folder (Linux; Windows objects live in the kernel and ignore
+// it), so that test runs never touch /dev/shm or each other.
+class ScopedSharedFolder {
+public:
+    ScopedSharedFolder() : m_env("ORVPRINT_SHM_DIR", m_folder.Path()) {}
+
+    const std::string& Path() const { return m_folder.Path(); }
+    std::string File(const std::string& strName) const { return m_folder.File(strName); }
+
+private:
     TempFolder m_folder;
+    ScopedEnvironment m_env;
+};
+
+// The same for the user's own objects (the lock files of file locks and of
+// other names without "Global\"): a fresh $XDG_RUNTIME_DIR.
+class ScopedUserFolder {
+public:
+    ScopedUserFolder() : m_env("XDG_RUNTIME_DIR", m_folder.Path()) {}
+
+    const std::string& Path() const { return m_folder.Path(); }
+
+private:
+    TempFolder m_folder;
+    ScopedEnvironment m_env;
 };
 
 } // namespace orvtest

@@ -50,14 +50,17 @@ public:
     CTestCycleThread(const std::wstring& strName, uint32_t uiPeriod, CycleProbe& probe)
         : CSimpleCycleThread(strName, uiPeriod), m_probe(probe)
     {
-        SetTimeoutHook([this]() {
+        // The hook works on the probe, not on this object: the base
+        // destructor may still be joining the thread when this object's own
+        // part is gone.
+        SetTimeoutHook([&probe]() {
             int iCall;
             {
-                std::lock_guard<std::mutex> lock(m_probe.mutex);
-                iCall = ++m_probe.iHookCalls;
-                m_probe.cond.notify_all();
+                std::lock_guard<std::mutex> lock(probe.mutex);
+                iCall = ++probe.iHookCalls;
+                probe.cond.notify_all();
             }
-            m_probe.fnHook(iCall);
+            probe.fnHook(iCall);
         });
     }
 

@@ -1,7 +1,9 @@
 #include "Src/Common/include/JobOptionData.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "logging/FunctionParameters.h"
 #include "logging/LogMacros.h"
@@ -22,6 +24,18 @@ int32_t ReadInt32(const uint8_t* pbyAt)
 int64_t ProjectCountOffset(int32_t iPrinterCount)
 {
     return 4 + PRINTER_INFO_SIZE * iPrinterCount;
+}
+
+// Copies uiSize bytes from offset i64At of the request area. The index equal
+// to the count reads the bytes behind the last record; for a request that
+// fills the area these lie past its end (and past the shared block), so only
+// the part inside the area is copied and the rest of the record is zero.
+void CopyFromArea(void* pTo, const uint8_t* pbyArea, int64_t i64At, size_t uiSize)
+{
+    const int64_t i64Area = static_cast<int64_t>(CJobOptionData::MAX_BUFFER_SIZE);
+    const int64_t i64Inside = i64At >= i64Area ? 0 : std::min<int64_t>(static_cast<int64_t>(uiSize), i64Area - i64At);
+    std::memcpy(pTo, pbyArea + i64At, static_cast<size_t>(i64Inside));
+    std::memset(static_cast<uint8_t*>(pTo) + i64Inside, 0, uiSize - static_cast<size_t>(i64Inside));
 }
 
 std::string NarrowText(const char16_t* szText, size_t uiMaxChars)
@@ -82,11 +96,13 @@ CJobOptionData::~CJobOptionData()
 
 int32_t CJobOptionData::GetPrinterCount() const
 {
+    ORV_TRACE_SCOPE("CJobOptionData::GetPrinterCount");
     return ReadInt32(m_pbyBuffer);
 }
 
 int32_t CJobOptionData::GetProjectCount() const
 {
+    ORV_TRACE_SCOPE("CJobOptionData::GetProjectCount");
     return ReadInt32(m_pbyBuffer + ProjectCountOffset(GetPrinterCount()));
 }
 
@@ -110,7 +126,7 @@ void CJobOptionData::GetPrinterInfo(uint32_t iIndex, PRINTER_INFO& stuPrinterInf
         ORV_THROW(CJobOptionDataException(CJobOptionDataException::OUT_OF_RANGE));
     }
 
-    std::memcpy(&stuPrinterInfo, m_pbyBuffer + 4 + PRINTER_INFO_SIZE * iIndexValue, sizeof(PRINTER_INFO));
+    CopyFromArea(&stuPrinterInfo, m_pbyBuffer, 4 + PRINTER_INFO_SIZE * iIndexValue, sizeof(PRINTER_INFO));
 }
 
 void CJobOptionData::GetProjectInfo(uint32_t iIndex, PROJECT_INFO& stuProjectInfo) const
@@ -132,7 +148,7 @@ void CJobOptionData::GetProjectInfo(uint32_t iIndex, PROJECT_INFO& stuProjectInf
     }
 
     const int64_t i64At = ProjectCountOffset(GetPrinterCount()) + 4 + PROJECT_INFO_SIZE * iIndexValue;
-    std::memcpy(&stuProjectInfo, m_pbyBuffer + i64At, sizeof(PROJECT_INFO));
+    CopyFromArea(&stuProjectInfo, m_pbyBuffer, i64At, sizeof(PROJECT_INFO));
 }
 
 std::string CJobOptionData::DumpPrinterInfo(const PRINTER_INFO& stuPrinterInfo)
@@ -170,14 +186,16 @@ std::string ValueText<CJobOptionData::PRINTER_INFO>::Text(const CJobOptionData::
 {
     static bool s_bLocaleSet = false;
     SetRecordTextLocaleOnce(s_bLocaleSet);
-    return CJobOptionData::DumpPrinterInfo(stuPrinterInfo);
+    // The parameter text is the format of its "Param" record: a "%" in the
+    // service's texts must come out as it is, not as a conversion.
+    return Language::EscapePercent(CJobOptionData::DumpPrinterInfo(stuPrinterInfo));
 }
 
 std::string ValueText<CJobOptionData::PROJECT_INFO>::Text(const CJobOptionData::PROJECT_INFO& stuProjectInfo)
 {
     static bool s_bLocaleSet = false;
     SetRecordTextLocaleOnce(s_bLocaleSet);
-    return CJobOptionData::DumpProjectInfo(stuProjectInfo);
+    return Language::EscapePercent(CJobOptionData::DumpProjectInfo(stuProjectInfo));
 }
 
 } // namespace paramtrace

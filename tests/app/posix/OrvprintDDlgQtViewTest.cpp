@@ -219,7 +219,7 @@ TEST_F(OrvprintDDlgQtViewTest, TemplateGeometryInDialogUnits)
 TEST_F(OrvprintDDlgQtViewTest, FillingDetailsAndOkState)
 {
     FillThreePrinters(m_request);
-    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](COrvprintDDlgQtView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_OK, Run([](COrvprintDDlgQtView& v) {
                   CMyComboBox* pPrinters = v.PrinterCombo();
                   ASSERT_EQ(3, pPrinters->count());
                   EXPECT_EQ(QString::fromStdWString(L"三楼彩色打印机"), pPrinters->itemText(0));
@@ -293,7 +293,7 @@ TEST_F(OrvprintDDlgQtViewTest, MissingDefaultLeavesNoSelectionAndOkDisabled)
 TEST_F(OrvprintDDlgQtViewTest, NoPrintersOnlyCancelLeaves)
 {
     m_request.Project(u"J1", u"X");
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](COrvprintDDlgQtView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](COrvprintDDlgQtView& v) {
                   EXPECT_EQ(0, v.PrinterCombo()->count());
                   EXPECT_EQ(QString::fromStdWString(L"没有可选择的打印机"), v.PrinterDetails()->toPlainText());
                   EXPECT_FALSE(v.OkButton()->isEnabled());
@@ -307,7 +307,7 @@ TEST_F(OrvprintDDlgQtViewTest, NoPrintersOnlyCancelLeaves)
 TEST_F(OrvprintDDlgQtViewTest, EscapeCancels)
 {
     FillThreePrinters(m_request);
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](COrvprintDDlgQtView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](COrvprintDDlgQtView& v) {
                   v.ProjectCombo()->setFocus();
                   QTest::keyClick(v.ProjectCombo(), Qt::Key_Down);
                   QTest::keyClick(&v, Qt::Key_Escape);
@@ -321,7 +321,7 @@ TEST_F(OrvprintDDlgQtViewTest, EscapeCancels)
 TEST_F(OrvprintDDlgQtViewTest, CloseBoxCancels)
 {
     FillThreePrinters(m_request);
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, Run([](COrvprintDDlgQtView& v) { v.close(); }));
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](COrvprintDDlgQtView& v) { v.close(); }));
     EXPECT_EQ(1, ReplyResult());
 }
 
@@ -329,7 +329,7 @@ TEST_F(OrvprintDDlgQtViewTest, HiddenProjectSectionShrinksTheWindow)
 {
     m_spConfig->m_bDisplayProjectSelection = false;
     FillThreePrinters(m_request);
-    EXPECT_EQ(COrvprintDDlg::IDOK, Run([](COrvprintDDlgQtView& v) {
+    EXPECT_EQ(COrvprintDDlg::RESULT_OK, Run([](COrvprintDDlgQtView& v) {
                   EXPECT_TRUE(v.ProjectGroup()->isHidden());
                   EXPECT_TRUE(v.ProjectLabel()->isHidden());
                   EXPECT_TRUE(v.ProjectDetailsLabel()->isHidden());
@@ -459,7 +459,7 @@ TEST_F(OrvprintDDlgQtViewTest, ConfigFailureShowsMessageBoxWithApplicationTitle)
         EXPECT_TRUE(pView->OkButton()->isEnabled());
         pView->CancelButton()->click();
     });
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, dlg.DoModal());
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
     ASSERT_EQ(1u, m_vecMessages.size());
     EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), m_vecMessages[0]);
     EXPECT_EQ(QStringLiteral("OrvprintD"), m_vecCaptions[0]);
@@ -495,7 +495,7 @@ TEST_F(OrvprintDDlgQtViewTest, RealMessageBoxIsAnsweredWithOk)
         QTimer::singleShot(0, [&pView]() { pView->CancelButton()->click(); });
         pBox->button(QMessageBox::Ok)->click();
     });
-    EXPECT_EQ(COrvprintDDlg::IDCANCEL, dlg.DoModal());
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
     EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), strText);
     EXPECT_EQ(QStringLiteral("OrvprintD"), strTitle);
     EXPECT_EQ(1, iButtons);

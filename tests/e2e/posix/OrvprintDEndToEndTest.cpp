@@ -1,6 +1,7 @@
 // OrvprintD as the user meets it: the real program on a display, a request
 // sent the way the printing service sends it, the dialog answered with the
 // keyboard, the answer read back from the shared block.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -344,7 +345,7 @@ TEST_F(EndToEndTest, SystemAccountEndsAtOnce)
     EXPECT_EQ(0, child->Wait());
     EXPECT_NE(OrvUtility::NAMED_MUTEX_OWNED, OrvUtility::ProbeNamedMutex(INSTANCE_MUTEX));
     // Only the start line.
-    EXPECT_EQ("OrvprintD exits.\n", Log());
+    EXPECT_THAT(Log(), ::testing::MatchesRegex("\\[ThreadID:[0-9]+\\] INFO - OrvprintD exits\\.\n"));
 }
 
 TEST_F(EndToEndTest, AutostartEntryWrittenWhenAbsent)
@@ -401,7 +402,7 @@ TEST_F(EndToEndTest, QuitEndsInOrder)
     const std::string strLog = Log();
     const size_t uiPopupQuit = strLog.find("CPopupThread::ForceQuit :START......");
     const size_t uiLoopEnd = strLog.find("OrvUtility::CMsgQueueEx::RecvMsgLoop :End  ......");
-    const size_t uiLauncherQuit = strLog.find("thread Launcher thread recieved quit event.");
+    const size_t uiLauncherQuit = strLog.find("thread Launcher thread end normally.");
     const size_t uiExit = strLog.rfind("OrvprintD exits.");
     ASSERT_NE(std::string::npos, uiPopupQuit) << strLog;
     ASSERT_NE(std::string::npos, uiLoopEnd);

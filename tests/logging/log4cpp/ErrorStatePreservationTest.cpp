@@ -1,9 +1,11 @@
 // Every facade call keeps errno, also when log4cpp's own work changes it.
 #include <cerrno>
 #include <cstdarg>
+#include <string>
 #include <gtest/gtest.h>
 #include <log4cpp/Category.hh>
 #include "BackendLog.h"
+#include "support/TempFolder.h"
 #include "logging/FunctionTrace.h"
 #include "logging/LogMacros.h"
 
@@ -11,30 +13,40 @@ using logtest::BackendLog;
 
 namespace {
 
-// A second appender whose file cannot be opened: each record written to it
-// fails with EBADF.
-const char* const kBrokenAppender =
-    "log4cpp.category.OrvprintD_exe=DEBUG, capture, broken\n"
-    "log4cpp.appender.broken=org.apache.log4cpp.FileAppender\n"
-    "log4cpp.appender.broken.fileName=/nonexistent-orvtest-dir/broken.log\n"
-    "OutputParam.OrvprintD_exe=true\nOutputFunBeginInfo.OrvprintD_exe=true\n"
-    "OutputNDCFullmessage.OrvprintD_exe=true\nOutputNTEventLog.OrvprintD_exe=true\n";
+// The category of "ErrorState::Calls" gets an appender that rolls over at
+// every record: its attempts to remove and rename backup files that do not
+// exist fail with ENOENT. (Its records also reach the capture of the module.)
+std::string RollingAppender(const orvtest::TempFolder& folder)
+{
+    return "log4cpp.category.OrvprintD_exe.ErrorState::Calls=DEBUG, roller\n"
+           "log4cpp.appender.roller=org.apache.log4cpp.RollingFileAppender\n"
+           "log4cpp.appender.roller.fileName=" + folder.File("roll.log") + "\n"
+           "log4cpp.appender.roller.maxFileSize=1\n"
+           "log4cpp.appender.roller.maxBackupIndex=100\n"
+           "log4cpp.appender.roller.layout=org.apache.log4cpp.SimpleLayout\n"
+           "OutputParam.OrvprintD_exe=true\n"
+           "OutputParam.OrvprintD_exe.ErrorState::Calls=true\n"
+           "OutputFunBeginInfo.OrvprintD_exe.ErrorState::Calls=true\n"
+           "OutputNDCFullmessage.OrvprintD_exe.ErrorState::Calls=true\n";
+}
 
 void NoOutput(const char*, ...) {}
 
 } // namespace
 
-TEST(ErrorStatePreservation, WritingToTheBrokenAppenderChangesErrno)
+TEST(ErrorStatePreservation, RollingOverChangesErrno)
 {
-    BackendLog log(kBrokenAppender);
+    orvtest::TempFolder folder;
+    BackendLog log(RollingAppender(folder));
     errno = 4242;
-    log4cpp::Category::getInstance("OrvprintD_exe").error("direct");
+    log4cpp::Category::getInstance("OrvprintD_exe.ErrorState::Calls").error("direct");
     EXPECT_NE(4242, errno);
 }
 
 TEST(ErrorStatePreservation, EveryCallKeepsErrno)
 {
-    BackendLog log(kBrokenAppender);
+    orvtest::TempFolder folder;
+    BackendLog log(RollingAppender(folder));
     errno = 4242;
     TraceFunctionBegin("OrvprintD_exe", nullptr, "ErrorState::Calls");
     EXPECT_EQ(4242, errno) << "TraceFunctionBegin";
@@ -72,7 +84,7 @@ TEST(ErrorStatePreservation, InitAndShutdownKeepErrno)
     InitLogging(folder.File("missing.conf").c_str()); // log4cpp fails with ENOENT inside
     EXPECT_EQ(4242, errno);
     {
-        BackendLog log(kBrokenAppender);
+        BackendLog log(RollingAppender(folder));
         EXPECT_EQ(4242, errno);
         ShutdownLogging();
         EXPECT_EQ(4242, errno);

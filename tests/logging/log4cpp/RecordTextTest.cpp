@@ -4,7 +4,9 @@
 #include <vector>
 #include <gtest/gtest.h>
 #include "BackendLog.h"
+#include "logging/FunctionTrace.h"
 #include "logging/LogMacros.h"
+#include "logging/log4cpp/LogState.h"
 
 using logtest::BackendLog;
 using logtest::ThreadPrefix;
@@ -222,5 +224,25 @@ TEST(RecordText, MacrosAddFileAndLine)
     const std::vector<std::string> expected = {"OrvprintD_exe|ERROR|" + ThreadPrefix() + "ERROR - " +
                                                std::string(__FILE__) + "(" + std::to_string(iLine) +
                                                ") : Parameter error."};
+    EXPECT_EQ(expected, log.Lines());
+}
+
+TEST(RecordText, OnlyLog4cppKeysWriteTheFourLevelsAndNothingElse)
+{
+    BackendLog log;
+    {
+        ORV_TRACE_SCOPE("RecordText::PlainConfig");
+        EXPECT_TRUE(IsLoggingEnabled());
+        LogFatal("%s", "no fatal record");
+        LogParam("%s", "no param record");
+        LogError("%s", "e");
+        LogDebug("%s", "d");
+        EXPECT_EQ(-1, DumpCallStack("OrvprintD_exe", "", "RecordText::PlainConfig", 300));
+    }
+    const std::string p = ThreadPrefix();
+    const std::vector<std::string> expected = {
+        "OrvprintD_exe|ERROR|" + p + "ERROR - e",
+        "OrvprintD_exe|DEBUG|" + p + "DEBUG - d",
+    };
     EXPECT_EQ(expected, log.Lines());
 }

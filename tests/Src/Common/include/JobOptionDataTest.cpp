@@ -410,9 +410,17 @@ TEST(JobOptionDataTest, OperationsOpenTheirTraceScopes)
         CJobOptionData::PROJECT_INFO stuProject;
         data.GetProjectInfo(0, stuProject);
     }
+    // Outermost scopes in call order; the count getters nest inside.
     std::vector<std::string> vecScopes;
+    int iDepth = 0;
     for (const std::string& strLine : NormalizedLines(cap)) {
-        if (strLine.find("OrvprintD_exe__CJobOptionData") != std::string::npos) {
+        if (strLine.find("OrvprintD_exe__CJobOptionData") == std::string::npos) {
+            continue;
+        }
+        const bool bStart = strLine.find(":START......") != std::string::npos;
+        if (bStart && iDepth++ == 0) {
+            vecScopes.push_back(strLine);
+        } else if (!bStart && --iDepth == 0) {
             vecScopes.push_back(strLine);
         }
     }
@@ -427,6 +435,11 @@ TEST(JobOptionDataTest, OperationsOpenTheirTraceScopes)
         "[ThreadID:#] OrvprintD_exe__CJobOptionData::~CJobOptionData :End  ......",
     };
     EXPECT_EQ(expected, vecScopes);
+    EXPECT_EQ(0, iDepth);
+    // GetPrinterInfo asks for the printer count once; GetProjectInfo asks for
+    // the project count (which reads the printer count) and the printer count.
+    EXPECT_EQ(3, cap.Count("] OrvprintD_exe__CJobOptionData::GetPrinterCount :START......"));
+    EXPECT_EQ(1, cap.Count("] OrvprintD_exe__CJobOptionData::GetProjectCount :START......"));
 }
 
 // Record dumps.

@@ -1,0 +1,360 @@
+#!/usr/bin/env bash
+# Measures OrvprintD's performance figures and writes docs/PERFORMANCE.md.
+#
+#   1. The benchmark binaries (bench/): channel round trip beside a pipe and a
+#      Unix socket, the largest request, the dialog presenter and Qt window,
+#      logging, the settings file, the launcher's cycle. Each benchmark is
+#      repeated and its median taken.
+#   2. The built programs, on a private machine configuration (machine
+#      registry, Config.ini, LogConfig.conf as shipped, named objects, a
+#      private Xvfb display): start to serving, request to dialog on screen,
+#      resident memory and CPU time while idle.
+#
+# Run it on a quiet machine: the figures are wall-clock times. It uses the
+# Linux build of ./scripts/test.sh (build/linux) and builds there what it
+# needs.
+#
+# Environment:
+#   ORV_BENCH_BUILD         build folder (default build/linux)
+#   ORV_BENCH_OUTPUT        report (default docs/PERFORMANCE.md)
+#   ORV_BENCH_REPETITIONS   repetitions of each benchmark (default 5)
+#   ORV_BENCH_RUNS          runs of each whole-process measurement (default 10)
+#   ORV_BENCH_IDLE_SECONDS  length of the idle measurement (default 60)
+#   ORV_JOBS                build jobs (default: number of processors)
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+
+build=${ORV_BENCH_BUILD:-$root/build/linux}
+output=${ORV_BENCH_OUTPUT:-$root/docs/PERFORMANCE.md}
+repetitions=${ORV_BENCH_REPETITIONS:-5}
+runs=${ORV_BENCH_RUNS:-10}
+idle_seconds=${ORV_BENCH_IDLE_SECONDS:-60}
+jobs=${ORV_JOBS:-$(nproc 2>/dev/null || echo 2)}
+title="请选择打印选项"
+
+"$root/scripts/setup.sh"
+
+# ------------------------------------------------------------------ build
+if [ ! -f "$build/build.ninja" ] && [ ! -f "$build/Makefile" ]; then
+  echo "== configuring $build"
+  mkdir -p "$build"
+  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >"$build.bench-configure.log" 2>&1 ||
+    { cat "$build.bench-configure.log"; exit 1; }
+fi
+echo "== building the benchmarks and programs in $build"
+cmake --build "$build" -j "$jobs" --target orv_bench orv_bench_app orv_bench_probe OrvprintD orvprint-send \
+  OrvClientTool >"$build.bench-build.log" 2>&1 ||
+  { grep -E "error|FAILED" "$build.bench-build.log" | head -40; exit 1; }
+bin=$build/bin
+send=$bin/orvprint-send
+[ -x "$send" ] || send=$build/tools/orvprint-send/orvprint-send
+results=$build/bench-results
+mkdir -p "$results"
+
+# ------------------------------------------------------------------ machine
+run_date=$(date '+%Y-%m-%d %H:%M %Z')
+cpu_model=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -1)
+[ -n "$cpu_model" ] || cpu_model=$(uname -m)
+cpus=$(nproc)
+kernel=$(uname -sr)
+load_start=$(cut -d' ' -f1-3 /proc/loadavg)
+
+# ------------------------------------------------------------------ private set-up
+work=$(mktemp -d /tmp/orvprint-bench.XXXXXX)
+shm=$(mktemp -d /dev/shm/orvprint-bench.XXXXXX 2>/dev/null || { mkdir -p "$work/memory"; echo "$work/memory"; })
+mkdir -p "$work"/{install,temp,log,xdg,cups/filter} "$shm"/{shm,user}
+chmod 0777 "$shm/shm"; chmod 0700 "$shm/user"
+
+cat >"$work/machine.ini" <<INI
+[Software\\Orv-soft\\Client]
+InstallDir=$work/install
+TempDir=$work/temp
+LogDir=$work/log
+DataDir=$work/temp
+INI
+cat >"$work/temp/Config.ini" <<INI
+[Setting]
+DisplayProjectSelection=1
+CanSelectNoPrinter=0
+CanSelectNoProject=1
+DefaultPrinter=
+DefaultProject=
+
+[ServerConfig]
+WaterPrintInstalled=0
+AuditInstalled=1
+SGIdentifyInstalled=0
+FilterIntalled=0
+INI
+# Logging as shipped, into the private log folder.
+sed -E "s#^(log4cpp\.appender\.[^.]+\.fileName=).*#\1$work/log/OrvprintD.log#" \
+  "$root/logging/LogConfig.conf" >"$work/install/LogConfig.conf"
+# The print processor is present (a CUPS filter stand-in).
+printf '#!/bin/sh\nexec cat\n' >"$work/cups/filter/orvprint"; chmod +x "$work/cups/filter/orvprint"
+cat >"$work/request.json" <<'JSON'
+{
+  "printers": [
+    { "id": "P-3F-01", "name": "三楼彩色打印机", "comment": "三楼东侧，A3 彩色",
+      "description": "HP Color LaserJet", "status": 0, "maxPagesPerJob": 200,
+      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false },
+    { "id": "P-5F-02", "name": "五楼黑白打印机", "comment": "",
+      "description": "Kyocera", "status": 1, "maxPagesPerJob": 50,
+      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false }
+  ],
+  "projects": [
+    { "id": "PRJ-001", "name": "年度审计项目", "comment": "财务部" },
+    { "id": "PRJ-002", "name": "市场推广", "comment": "" }
+  ]
+}
+JSON
+"$bin/orv_bench" --write-largest-request="$work/largest.bin"
+
+export ORVPRINT_MACHINE_CONFIG=$work/machine.ini
+export ORVPRINT_SHM_DIR=$shm/shm
+export XDG_CONFIG_DIRS=$work/xdg
+export XDG_RUNTIME_DIR=$shm/user
+export CUPS_SERVERBIN=$work/cups
+[ "$(id -u)" -eq 0 ] && export ORVPRINT_SYSTEM_ACCOUNT=orvprint-bench-system
+lock=$ORVPRINT_SHM_DIR/Orvprint_Popup_Dialog_MUTEX_EXISTANCE
+
+xvfb_pid=
+orv_pid=
+cleanup() {
+  [ -n "$orv_pid" ] && stop_orvprintd
+  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+  rm -rf "$work" "$shm"
+}
+trap cleanup EXIT
+
+# A private X server for the dialog.
+Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$work/display" 2>/dev/null &
+xvfb_pid=$!
+for _ in $(seq 200); do [ -s "$work/display" ] && break; sleep 0.05; done
+[ -s "$work/display" ] || { echo "Xvfb did not start"; exit 1; }
+export DISPLAY=:$(head -1 "$work/display")
+export QT_QPA_PLATFORM=xcb
+
+# ------------------------------------------------------------------ helpers
+median() { sort -g | awk '{ v[NR] = $1 } END { if (NR == 0) { print "n/a"; exit }
+  if (NR % 2) print v[(NR + 1) / 2]; else printf "%.3f\n", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
+num() { awk -v v="$1" -v d="${2:-1}" -v p="${3:-2}" 'BEGIN { if (v == "n/a" || v == "") print "n/a"; else printf "%.*f", p, v / d }'; }
+kv() { sed -n "s/.*\\b$1=\\([^ ]*\\).*/\\1/p" <<<"$2"; } # kv KEY "k=v k2=v2"
+
+# Ends OrvprintD (its own --quit), then the client tools its launcher started.
+stop_orvprintd() {
+  local children
+  children=$(ps -o pid= --ppid "$orv_pid" 2>/dev/null || true)
+  "$bin/OrvprintD" --quit >/dev/null 2>&1 || kill "$orv_pid" 2>/dev/null || true
+  for _ in $(seq 100); do kill -0 "$orv_pid" 2>/dev/null || break; sleep 0.05; done
+  kill -9 "$orv_pid" 2>/dev/null || true
+  for c in $children; do kill "$c" 2>/dev/null || true; done
+  orv_pid=
+}
+
+# Starts OrvprintD (orv_pid); serving_ms is the time until it serves.
+start_orvprintd() {
+  local line
+  line=$("$bin/orv_bench_probe" serve --lock "$lock" --timeout-ms 30000 -- "$bin/OrvprintD" || true)
+  orv_pid=$(kv pid "$line")
+  serving_ms=$(kv serving_ms "$line")
+  [ -n "$serving_ms" ] || { echo "OrvprintD did not serve: $line" >&2; exit 1; }
+}
+
+# Sends one request and closes its dialog; prints the milliseconds until the
+# dialog was mapped.
+request_to_dialog() { # sender arguments...
+  local line win send_pid
+  line=$("$bin/orv_bench_probe" window --title "$title" --timeout-ms 30000 -- \
+    "$send" --timeout 60 "$@" || true)
+  win=$(kv window "$line"); send_pid=$(kv pid "$line")
+  if [ -z "$win" ]; then
+    echo "no dialog: $line" >&2; [ -n "$send_pid" ] && kill "$send_pid" 2>/dev/null; return 1
+  fi
+  # Cancel the dialog: Escape to the focused window (XTEST); an event sent
+  # to the window itself if that is not taken.
+  xdotool windowfocus --sync "$win" >/dev/null 2>&1 || true
+  xdotool key Escape >/dev/null 2>&1 || true
+  for attempt in 1 2 3; do
+    for _ in $(seq 100); do kill -0 "$send_pid" 2>/dev/null || break; sleep 0.02; done
+    kill -0 "$send_pid" 2>/dev/null || break
+    xdotool key --window "$win" Escape >/dev/null 2>&1 || true
+  done
+  if kill -0 "$send_pid" 2>/dev/null; then
+    kill "$send_pid" 2>/dev/null; echo "the dialog did not close" >&2; return 1
+  fi
+  kv mapped_ms "$line"
+}
+
+# ------------------------------------------------------------------ whole process
+echo "== start to serving ($runs runs)"
+serve_times=()
+rss_start=()
+for i in $(seq "$runs"); do
+  start_orvprintd
+  serve_times+=("$serving_ms")
+  sleep 0.5
+  rss_start+=("$(awk '/^VmRSS:/ { print $2 }' "/proc/$orv_pid/status")")
+  stop_orvprintd
+done
+serve_ms=$(printf '%s\n' "${serve_times[@]}" | median)
+rss_start_kb=$(printf '%s\n' "${rss_start[@]}" | median)
+echo "   median $serve_ms ms (runs: ${serve_times[*]})"
+
+echo "== request to dialog on screen ($runs runs each: 2 printers, then the largest request)"
+start_orvprintd
+small=(); large=()
+first_small=$(request_to_dialog "$work/request.json" || echo n/a) # the first dialog of the process
+for i in $(seq "$runs"); do small+=("$(request_to_dialog "$work/request.json" || echo n/a)"); done
+for i in $(seq "$runs"); do large+=("$(request_to_dialog --raw "$work/largest.bin" || echo n/a)"); done
+dialog_ms=$(printf '%s\n' "${small[@]}" | grep -v n/a | median)
+dialog_large_ms=$(printf '%s\n' "${large[@]}" | grep -v n/a | median)
+echo "   median $dialog_ms ms (2 printers), $dialog_large_ms ms (100 printers, 500 projects)"
+
+echo "== idle for $idle_seconds s (after the dialogs above)"
+sleep 2
+idle_line=$("$bin/orv_bench_probe" idle --pid "$orv_pid" --seconds "$idle_seconds")
+stop_orvprintd
+idle_rss_kb=$(kv rss_kb "$idle_line"); idle_max_rss_kb=$(kv max_rss_kb "$idle_line")
+idle_cpu_ms=$(kv cpu_ms "$idle_line"); idle_cpu_exact_ms=$(kv cpu_exact_ms "$idle_line")
+idle_anon_mb=$(num "$(kv anon_kb "$idle_line")" 1024 1); idle_file_mb=$(num "$(kv file_kb "$idle_line")" 1024 1)
+idle_shmem_mb=$(num "$(kv shmem_kb "$idle_line")" 1024 1); idle_pss_mb=$(num "$(kv pss_kb "$idle_line")" 1024 1)
+echo "   $idle_line"
+
+# ------------------------------------------------------------------ benchmarks
+bench_args=(--benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true --benchmark_color=false)
+echo "== benchmarks ($repetitions repetitions each)"
+"$bin/orv_bench" "${bench_args[@]}" --summary="$results/core.tsv" >"$results/core.txt" 2>&1
+QT_QPA_PLATFORM=offscreen "$bin/orv_bench_app" "${bench_args[@]}" --summary="$results/app.tsv" >"$results/app.txt" 2>&1
+cat "$results/core.tsv" "$results/app.tsv" >"$results/all.tsv"
+load_end=$(cut -d' ' -f1-3 /proc/loadavg)
+
+# The median of a benchmark: its time per iteration in ns, or a counter.
+bench() { # NAME [COUNTER]
+  local name=$1 counter=${2:-} line
+  line=$(awk -F'\t' -v n="$1_median" '$1 == n' "$results/all.tsv")
+  [ -n "$line" ] || line=$(awk -F'\t' -v n="$1" '$1 == n' "$results/all.tsv")
+  [ -n "$line" ] || { echo "n/a"; return; }
+  if [ -z "$counter" ]; then cut -f2 <<<"$line"; else tr '\t' '\n' <<<"$line" | sed -n "s/^$counter=//p"; fi
+}
+verdict() { # VALUE OP LIMIT
+  awk -v v="$1" -v l="$3" -v op="$2" 'BEGIN { if (v == "n/a" || v == "") { print "not measured"; exit }
+    ok = (op == "<") ? (v + 0 < l + 0) : (v + 0 <= l + 0); print ok ? "met" : "**missed**" }'
+}
+
+# ------------------------------------------------------------------ figures
+sbs_off="Channel/side_by_side/receiver_logging:off/real_time"
+sbs_shipped="Channel/side_by_side/receiver_logging:shipped/real_time"
+pipe_us=$(bench "$sbs_shipped" pipe_p50_us)
+socket_us=$(bench "$sbs_shipped" socket_p50_us)
+queue_us=$(bench "$sbs_shipped" queue_p50_us)
+queue_ratio=$(bench "$sbs_shipped" queue_to_pipe)
+minimal_us=$(bench "$sbs_shipped" queue_minimal_sender_p50_us)
+minimal_ratio=$(bench "$sbs_shipped" queue_minimal_sender_to_pipe)
+queue_ratio_off=$(bench "$sbs_off" queue_to_pipe)
+minimal_ratio_off=$(bench "$sbs_off" queue_minimal_sender_to_pipe)
+
+records_shipped_ms=$(num "$(bench Records/largest_request_validate_and_read_all/logging:shipped p50_us)" 1000 3)
+records_off_ms=$(num "$(bench Records/largest_request_validate_and_read_all/logging:off p50_us)" 1000 3)
+records_floor_ms=$(num "$(bench Records/baseline/memcpy_all_records p50_us)" 1000 3)
+presenter_shipped_ms=$(num "$(bench Dialog/presenter_fill/config:memory/logging:shipped p50_us)" 1000 3)
+presenter_off_ms=$(num "$(bench Dialog/presenter_fill/config:memory/logging:off p50_us)" 1000 3)
+presenter_file_ms=$(num "$(bench Dialog/presenter_fill/config:settings_file/logging:shipped p50_us)" 1000 3)
+presenter_floor_ms=$(num "$(bench Dialog/baseline/read_records_and_add_items p50_us)" 1000 3)
+qt_shipped_ms=$(num "$(bench Dialog/qt_view_fill_and_show/logging:shipped p50_us)" 1000 1)
+qt_off_ms=$(num "$(bench Dialog/qt_view_fill_and_show/logging:off p50_us)" 1000 1)
+qt_floor_ms=$(num "$(bench Dialog/baseline/qt_plain_dialog_fill_and_show p50_us)" 1000 1)
+scope_disabled_ns=$(num "$(bench Logging/trace_scope/logging_disabled)" 1 1)
+scope_plain_ns=$(num "$(bench Logging/trace_scope/begin_end_off/config:plain/depth:1)" 1 0)
+scope_shipped_ns=$(num "$(bench Logging/trace_scope/begin_end_off/config:shipped/depth:5)" 1 0)
+scope_outermost_ns=$(num "$(bench Logging/trace_scope/begin_end_off/config:plain/outermost)" 1 0)
+scope_on_ns=$(num "$(bench Logging/trace_scope/begin_end_on/config:plain/depth:1)" 1 0)
+level_ns=$(num "$(bench Logging/level_test/IsErrorEnabled/config:plain)" 1 0)
+logerror_plain_us=$(num "$(bench Logging/LogError_to_file/config:plain)" 1000 2)
+logerror_shipped_us=$(num "$(bench Logging/LogError_to_file/config:shipped)" 1000 2)
+logerror_floor_us=$(num "$(bench Logging/baseline/format_and_write_line)" 1000 2)
+settings_read_us=$(num "$(bench Settings/read_both_groups/logging:shipped p50_us)" 1 0)
+settings_write_us=$(num "$(bench Settings/write_user_group/logging:shipped p50_us)" 1 0)
+settings_floor_us=$(num "$(bench Settings/baseline/read_whole_file p50_us)" 1 0)
+launcher50_ms=$(num "$(bench Launcher/cycle/extra_processes:50 p50_us)" 1000 2)
+launcher500_ms=$(num "$(bench Launcher/cycle/extra_processes:500 p50_us)" 1000 2)
+listed500=$(num "$(bench Launcher/cycle/extra_processes:500 listed_processes)" 1 0)
+scan500_ms=$(num "$(bench Process/baseline/list_proc_and_read_exe/extra_processes:500 p50_us)" 1000 2)
+idle_rss_mb=$(num "$idle_rss_kb" 1024 1)
+idle_max_rss_mb=$(num "$idle_max_rss_kb" 1024 1)
+rss_start_mb=$(num "$rss_start_kb" 1024 1)
+
+# ------------------------------------------------------------------ report
+mkdir -p "$(dirname "$output")"
+{
+cat <<EOF
+# Performance
+
+OrvprintD sits in every user's session all day and stands between the user
+and every print job. These figures are measured by \`./scripts/bench.sh\`,
+each beside a plain baseline taken in the same run; the benchmarks are in
+\`bench/\`.
+
+- Date: $run_date
+- Machine: $cpus processors, $cpu_model, $kernel
+- Load average (1, 5, 15 min): $load_start at the start, $load_end at the end
+- Benchmarks: medians of $repetitions repetitions; whole-process figures:
+  medians of $runs runs; idle window $idle_seconds s
+
+| figure | measured | target | result |
+| --- | --- | --- | --- |
+| channel round trip (orvprint-send's sender ↔ RecvMsgLoop), median | $(num "$queue_us" 1 1) µs = $(num "$queue_ratio" 1 2) × pipe (pipe $(num "$pipe_us" 1 1) µs, Unix socket $(num "$socket_us" 1 1) µs) | at most 1.5 × pipe | $(verdict "$queue_ratio" "<=" 1.5) |
+| channel round trip, the protocol's steps only (receiver's share) | $(num "$minimal_us" 1 1) µs = $(num "$minimal_ratio" 1 2) × pipe | at most 1.5 × pipe | $(verdict "$minimal_ratio" "<=" 1.5) |
+| largest request: validate and read all records, logging as shipped | $records_shipped_ms ms (logging off: $records_off_ms ms; memcpy floor $records_floor_ms ms) | under 1 ms | $(verdict "$records_shipped_ms" "<" 1) |
+| largest request: validate and read all records, logging off | $records_off_ms ms | under 1 ms | $(verdict "$records_off_ms" "<" 1) |
+| largest request: presenter fill, logging as shipped | $presenter_shipped_ms ms (with Config.ini read: $presenter_file_ms ms; floor $presenter_floor_ms ms) | under 2 ms | $(verdict "$presenter_shipped_ms" "<" 2) |
+| largest request: presenter fill, logging off | $presenter_off_ms ms | under 2 ms | $(verdict "$presenter_off_ms" "<" 2) |
+| largest request: Qt view fill and show, logging as shipped | $qt_shipped_ms ms (logging off: $qt_off_ms ms; plain Qt dialog $qt_floor_ms ms) | under 50 ms | $(verdict "$qt_shipped_ms" "<" 50) |
+| trace scope, logging disabled | $scope_disabled_ns ns | under 10 ns | $(verdict "$scope_disabled_ns" "<" 10) |
+| trace scope, begin/end lines off, shipped configuration, depth 5 | $scope_shipped_ns ns | under 300 ns | $(verdict "$scope_shipped_ns" "<" 300) |
+| trace scope, begin/end lines off, no filter, depth 1 | $scope_plain_ns ns (outermost scope: $scope_outermost_ns ns) | under 300 ns | $(verdict "$scope_plain_ns" "<" 300) |
+| start to serving | $serve_ms ms | under 250 ms | $(verdict "$serve_ms" "<" 250) |
+| request to dialog on screen (2 printers) | $dialog_ms ms (first dialog after start: $first_small ms) | under 150 ms | $(verdict "$dialog_ms" "<" 150) |
+| request to dialog on screen (100 printers, 500 projects) | $dialog_large_ms ms | under 150 ms | $(verdict "$dialog_large_ms" "<" 150) |
+| idle: resident memory (VmRSS) | $idle_rss_mb MB (at most $idle_max_rss_mb MB; heap $idle_anon_mb MB, files and libraries $idle_file_mb MB, shared block $idle_shmem_mb MB; proportional share $idle_pss_mb MB; just after start $rss_start_mb MB) | under 40 MB | $(verdict "$idle_rss_mb" "<" 40) |
+| idle: CPU time in $idle_seconds s | $idle_cpu_ms ms (scheduler: $idle_cpu_exact_ms ms) | under 50 ms | $(verdict "$idle_cpu_exact_ms" "<" 50) |
+| launcher cycle with 50 extra processes | $launcher50_ms ms | — | — |
+| launcher cycle with 500 extra processes | $launcher500_ms ms ($listed500 processes listed; bare /proc scan $scan500_ms ms) | under 5 ms | $(verdict "$launcher500_ms" "<" 5) |
+
+Further figures of the same run (no targets):
+
+| figure | measured |
+| --- | --- |
+| channel ratio to the pipe with the receiver's logging off (full sender / protocol steps) | $(num "$queue_ratio_off" 1 2) / $(num "$minimal_ratio_off" 1 2) |
+| trace scope with begin/end lines on (two file records) | $scope_on_ns ns |
+| level test (IsErrorEnabled), logging enabled | $level_ns ns |
+| LogError into a file appender: plain / shipped (with call stack) / formatted write() floor | $logerror_plain_us / $logerror_shipped_us / $logerror_floor_us µs |
+| settings: read both groups / write the user's group / read the file (floor) | $settings_read_us / $settings_write_us / $settings_floor_us µs |
+
+How the figures are taken:
+
+- Channel: \`orv_bench\` re-launches itself as the receiver (\`CMsgQueueEx::RecvMsgLoop\`,
+  handler answering at once, logging as shipped) and as echo peers over a
+  pipe and a Unix socket. One iteration does one exchange of each kind, so
+  all see the same load; medians of the per-exchange times. "Protocol steps
+  only" sends with the request and response events alone (no senders' mutex,
+  no presence check per request).
+- Largest request: 100 printers and 500 projects (2,688,408 bytes), read
+  inside the trace scopes open on the popup thread. Presenter: a window that
+  only keeps the items, saved defaults that select the last printer and the
+  last project. Qt: offscreen platform, from constructing the dialog until
+  it is painted on screen.
+- Start to serving: from the exec of OrvprintD until it holds the lock file
+  \`Orvprint_Popup_Dialog_MUTEX_EXISTANCE\` (seen in /proc/PID/fdinfo).
+  Request to dialog: from the exec of \`orvprint-send\` until the window
+  "$title" is mapped on a private Xvfb display (X MapNotify).
+  Idle: /proc/PID/status VmRSS and /proc/PID/stat utime+stime (the
+  scheduler's per-thread figure beside it), after the dialogs.
+- Launcher: \`CLauncherThread::OnTimer\` with N extra idle processes and the
+  client tool (a stand-in) running, so that each cycle starts nothing.
+
+Raw results: \`$(realpath --relative-to="$root" "$results")/\` (console output and one line per benchmark).
+EOF
+} >"$output"
+echo "== wrote $output"

@@ -1,0 +1,148 @@
+#include <atomic>
+#include <thread>
+#include <vector>
+#include <gtest/gtest.h>
+#include "Src/PrintingService/Common/Include/MsgQueueEx.h"
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "tests/Src/PrintingService/Common/Include/QueueTestSupport.h"
+#include "utility/NamedEvent.h"
+#include "utility/NamedMutex.h"
+
+using namespace OrvUtility;
+using orvtest::GENEROUS_MS;
+using orvtest::R;
+using orvtest::S;
+
+namespace {
+
+// A receiver loop on a thread of this process, answering with the first ids.
+class ThreadReceiver {
+public:
+    explicit ThreadReceiver(const std::wstring& strBase)
+        : m_queue(strBase, R, S), m_hLooping(CreateNamedEvent(nullptr, NAMED_DEFAULT_SECURITY))
+    {
+        m_thread = std::thread([this]() {
+            orvtest::Handle hEarly(
+                CreateNamedMutex(m_queue.GetMutexName().c_str(), true, EVERYONE_MUTEX_ALL_ACCESS));
+            SetNamedEvent(m_hLooping.h);
+            m_uiCode = m_queue.RecvMsgLoop([this](uint8_t* pReq, uint64_t& uiReqLen, uint8_t* pResp, uint64_t& uiRespLen) {
+                ++m_iCalls;
+                return orvtest::AnswerFirstIds(pReq, uiReqLen, pResp, uiRespLen);
+            });
+        });
+        m_bReady = WaitForNamedEvent(m_hLooping.h, GENEROUS_MS) == NAMED_WAIT_OBJECT_0;
+    }
+    ~ThreadReceiver() { Stop(); }
+    uint32_t Stop()
+    {
+        if (m_thread.joinable()) {
+            m_queue.SignalQuit();
+            m_thread.join();
+        }
+        return m_uiCode;
+    }
+    bool Ready() const { return m_bReady; }
+    int Calls() const { return m_iCalls; }
+
+private:
+    CMsgQueueEx m_queue;
+    orvtest::Handle m_hLooping;
+    std::thread m_thread;
+    std::atomic<int> m_iCalls{0};
+    std::atomic<uint32_t> m_uiCode{12345};
+    bool m_bReady = false;
+};
+
+class MsgQueueSenderTest : public ::testing::Test {
+protected:
+    MsgQueueSenderTest() : m_strBase(orvtest::Wide(orvtest::UniqueObjectBase("Sender"))) {}
+
+    CMsgQueueSender::SendResult Send(CMsgQueueSender& sender, const std::string& strRequest,
+                                     CMsgQueueSender::REPLY& stuReply, uint32_t uiTimeout = NAMED_INFINITE)
+    {
+        return sender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeout,
+                           stuReply);
+    }
+
+    orvtest::ScopedSharedFolder m_shared;
+    std::wstring m_strBase;
+};
+
+} // namespace
+
+TEST_F(MsgQueueSenderTest, NoReceiver)
+{
+    CMsgQueueSender sender(m_strBase);
+    ASSERT_TRUE(sender.IsOpen());
+    EXPECT_FALSE(sender.IsReceiverPresent());
+    CMsgQueueSender::REPLY stuReply;
+    EXPECT_EQ(CMsgQueueSender::SEND_NO_RECEIVER, Send(sender, orvtest::MakeJobRequest(0, 0), stuReply));
+}
+
+TEST_F(MsgQueueSenderTest, ARequestLongerThanTheSlotIsRefused)
+{
+    CMsgQueueSender sender(m_strBase);
+    std::vector<uint8_t> vecRequest(R + 1, 0);
+    CMsgQueueSender::REPLY stuReply;
+    EXPECT_EQ(CMsgQueueSender::SEND_REQUEST_TOO_LONG,
+              sender.Send(vecRequest.data(), vecRequest.size(), NAMED_INFINITE, stuReply));
+}
+
+TEST_F(MsgQueueSenderTest, AnsweredByAReceiverThatCameFirst)
+{
+    ThreadReceiver receiver(m_strBase);
+    ASSERT_TRUE(receiver.Ready());
+    CMsgQueueSender sender(m_strBase);
+    EXPECT_TRUE(sender.IsReceiverPresent());
+    CMsgQueueSender::REPLY stuReply;
+    ASSERT_EQ(CMsgQueueSender::SEND_ANSWERED, Send(sender, orvtest::MakeJobRequest(3, 2, "A"), stuReply));
+    EXPECT_EQ(0u, stuReply.uiResultCode);
+    EXPECT_EQ(44u, stuReply.uiResponseLength);
+    EXPECT_EQ("AP1", orvtest::ResponseId(stuReply.vecResponse.data(), 4));
+    EXPECT_EQ("AJ1", orvtest::ResponseId(stuReply.vecResponse.data(), 24));
+    EXPECT_EQ(6u, receiver.Stop());
+    EXPECT_EQ(1, receiver.Calls());
+}
+
+TEST_F(MsgQueueSenderTest, AStaleResponseSignalIsDrainedFirst)
+{
+    ThreadReceiver receiver(m_strBase);
+    ASSERT_TRUE(receiver.Ready());
+    // A response signal nobody waited for.
+    orvtest::Handle hResponse(OpenNamedEvent(CMsgQueueLayout::ResponseEventName(m_strBase)));
+    ASSERT_EQ(1, SetNamedEvent(hResponse.h));
+
+    CMsgQueueSender sender(m_strBase);
+    CMsgQueueSender::REPLY stuReply;
+    ASSERT_EQ(CMsgQueueSender::SEND_ANSWERED, Send(sender, orvtest::MakeJobRequest(1, 1, "B"), stuReply));
+    EXPECT_EQ(44u, stuReply.uiResponseLength);
+    EXPECT_EQ("BP1", orvtest::ResponseId(stuReply.vecResponse.data(), 4));
+    EXPECT_EQ(6u, receiver.Stop());
+    EXPECT_EQ(1, receiver.Calls());
+}
+
+TEST_F(MsgQueueSenderTest, SendersSerialiseAmongThemselves)
+{
+    ThreadReceiver receiver(m_strBase);
+    ASSERT_TRUE(receiver.Ready());
+    const int ROUNDS = 25;
+    std::atomic<int> iWrong(0);
+    auto sendMany = [&](const std::string& strPrefix) {
+        CMsgQueueSender sender(m_strBase);
+        for (int i = 0; i < ROUNDS; ++i) {
+            CMsgQueueSender::REPLY stuReply;
+            const std::string strRequest = orvtest::MakeJobRequest(1, 1, strPrefix);
+            if (Send(sender, strRequest, stuReply) != CMsgQueueSender::SEND_ANSWERED ||
+                orvtest::ResponseId(stuReply.vecResponse.data(), 4) != strPrefix + "P1") {
+                ++iWrong;
+            }
+        }
+    };
+    std::thread first(sendMany, "X");
+    std::thread second(sendMany, "Y");
+    first.join();
+    second.join();
+    EXPECT_EQ(0, iWrong.load());
+    EXPECT_EQ(6u, receiver.Stop());
+    EXPECT_EQ(2 * ROUNDS, receiver.Calls());
+}

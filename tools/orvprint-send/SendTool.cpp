@@ -1,0 +1,196 @@
+#include "tools/orvprint-send/SendTool.h"
+
+#include <cmath>
+#include <cstring>
+#include <nlohmann/json.hpp>
+#include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "language/TextConvert.h"
+#include "tools/orvprint-send/RequestBuilder.h"
+#include "utility/NamedObject.h"
+
+namespace OrvprintSend {
+
+namespace {
+
+const char USAGE[] =
+    "usage: orvprint-send [--name BASE] [--timeout SECONDS] REQUEST.json\n"
+    "       orvprint-send [--name BASE] [--timeout SECONDS] --raw FILE\n"
+    "       orvprint-send --help\n";
+
+const char HELP[] =
+    "Sends one job-option request to the print-option dialog of the user's\n"
+    "OrvprintD, as the printing service does, waits for the answer and prints\n"
+    "it as one JSON object on one line:\n"
+    "\n"
+    "  {\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"P1\",\"projectId\":\"J1\"}\n"
+    "\n"
+    "resultCode is 0 when the request was served and 6 when the receiver was\n"
+    "quitting; result is 0 (OK) or 1 (cancelled); printerId and projectId are\n"
+    "the chosen ids (empty when none). Fields the answer is too short for, and\n"
+    "all but the first two with resultCode 6, are null.\n"
+    "\n"
+    "Options:\n"
+    "  --raw FILE         send the file's bytes unchanged as the request\n"
+    "  --timeout SECONDS  give up after this long (default: wait for ever)\n"
+    "  --name BASE        channel base name (default Orvprint_Popup_Dialog)\n"
+    "  --help             this text\n"
+    "\n"
+    "Exit codes: 0 answered, 1 bad command line, 2 no receiver (or it went away\n"
+    "without answering), 3 timed out, 4 bad input file, 5 platform failure.\n"
+    "\n";
+
+std::string Utf8(const std::wstring& strText)
+{
+    return Language::Utf8FromWide(strText);
+}
+
+// Seconds as a decimal number into milliseconds; false when it is none.
+bool ParseTimeout(const std::wstring& strText, uint32_t& uiMilliseconds)
+{
+    const std::string strNarrow = Utf8(strText);
+    if (strNarrow.empty() || strNarrow.find_first_not_of("0123456789.") != std::string::npos) {
+        return false;
+    }
+    char* pEnd = nullptr;
+    const double dSeconds = std::strtod(strNarrow.c_str(), &pEnd);
+    if (!pEnd || *pEnd || !(dSeconds >= 0) || dSeconds > 4000000.0) {
+        return false;
+    }
+    uiMilliseconds = static_cast<uint32_t>(std::llround(dSeconds * 1000.0));
+    return true;
+}
+
+std::u16string IdAt(const std::vector<uint8_t>& vecResponse, size_t uiOffset)
+{
+    std::u16string strId;
+    for (size_t i = 0; i < 10; ++i) {
+        char16_t ch = 0;
+        std::memcpy(&ch, vecResponse.data() + uiOffset + 2 * i, sizeof(ch));
+        if (!ch) {
+            break;
+        }
+        strId += ch;
+    }
+    return strId;
+}
+
+} // namespace
+
+std::string FormatAnswer(const OrvUtility::CMsgQueueSender::REPLY& stuReply)
+{
+    nlohmann::ordered_json jAnswer;
+    jAnswer["resultCode"] = stuReply.uiResultCode;
+    jAnswer["responseLength"] = stuReply.uiResponseLength;
+    const bool bServed = stuReply.uiResultCode == OrvUtility::CMsgQueueLayout::RESULT_SERVED;
+    const std::vector<uint8_t>& vecResponse = stuReply.vecResponse;
+    jAnswer["result"] = nullptr;
+    jAnswer["printerId"] = nullptr;
+    jAnswer["projectId"] = nullptr;
+    if (bServed && vecResponse.size() >= 4) {
+        int32_t iResult = 0;
+        std::memcpy(&iResult, vecResponse.data(), sizeof(iResult));
+        jAnswer["result"] = iResult;
+    }
+    if (bServed && vecResponse.size() >= 24) {
+        const std::u16string strId = IdAt(vecResponse, 4);
+        jAnswer["printerId"] = Utf8(Language::WideFromUtf16(strId.c_str(), strId.size()));
+    }
+    if (bServed && vecResponse.size() >= 44) {
+        const std::u16string strId = IdAt(vecResponse, 24);
+        jAnswer["projectId"] = Utf8(Language::WideFromUtf16(strId.c_str(), strId.size()));
+    }
+    return jAnswer.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, std::string& strErr)
+{
+    std::wstring strBase = ORVPRINT_QUEUE_NAME;
+    uint32_t uiTimeoutMs = OrvUtility::NAMED_INFINITE;
+    std::wstring strFile;
+    bool bRaw = false;
+
+    for (size_t i = 0; i < vecArgs.size(); ++i) {
+        const std::wstring& strArg = vecArgs[i];
+        const bool bHasValue = i + 1 < vecArgs.size();
+        if (strArg == L"--help" || strArg == L"-h") {
+            strOut += std::string(USAGE) + "\n" + HELP + RequestFormatHelp();
+            return EXIT_ANSWERED;
+        } else if (strArg == L"--name" && bHasValue) {
+            strBase = vecArgs[++i];
+            if (strBase.empty()) {
+                strErr += "orvprint-send: --name needs a base name\n";
+                return EXIT_USAGE;
+            }
+        } else if (strArg == L"--timeout" && bHasValue) {
+            if (!ParseTimeout(vecArgs[++i], uiTimeoutMs)) {
+                strErr += "orvprint-send: --timeout needs a number of seconds, not \"" + Utf8(vecArgs[i]) + "\"\n";
+                return EXIT_USAGE;
+            }
+        } else if (strArg == L"--raw" && bHasValue && strFile.empty()) {
+            bRaw = true;
+            strFile = vecArgs[++i];
+        } else if (!strArg.empty() && strArg[0] != L'-' && strFile.empty()) {
+            strFile = strArg;
+        } else {
+            strErr += "orvprint-send: unexpected argument \"" + Utf8(strArg) + "\"\n" + USAGE;
+            return EXIT_USAGE;
+        }
+    }
+    if (strFile.empty()) {
+        strErr += std::string("orvprint-send: no request file\n") + USAGE;
+        return EXIT_USAGE;
+    }
+
+    std::string strBytes;
+    if (!ReadFileBytes(strFile, strBytes)) {
+        strErr += "orvprint-send: " + Utf8(strFile) + ": cannot be read\n";
+        return EXIT_BAD_INPUT;
+    }
+    std::string strRequest;
+    if (bRaw) {
+        strRequest.swap(strBytes);
+    } else {
+        try {
+            strRequest = BuildRequestFromJson(strBytes);
+        } catch (const CRequestError& e) {
+            strErr += "orvprint-send: " + Utf8(strFile) + ": " + e.what() + "\n";
+            return EXIT_BAD_INPUT;
+        }
+    }
+    if (strRequest.size() > OrvUtility::CMsgQueueLayout::JOB_REQUEST_CAPACITY) {
+        strErr += "orvprint-send: " + Utf8(strFile) + ": " + std::to_string(strRequest.size()) +
+                  " bytes, longer than the request area of " +
+                  std::to_string(OrvUtility::CMsgQueueLayout::JOB_REQUEST_CAPACITY) + " bytes\n";
+        return EXIT_BAD_INPUT;
+    }
+
+    OrvUtility::CMsgQueueSender sender(strBase);
+    if (!sender.IsOpen()) {
+        strErr += "orvprint-send: cannot open the channel " + Utf8(strBase) + " (platform error " +
+                  std::to_string(sender.GetOpenError()) + ")\n";
+        return EXIT_PLATFORM_FAILURE;
+    }
+    OrvUtility::CMsgQueueSender::REPLY stuReply;
+    switch (sender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeoutMs,
+                        stuReply)) {
+    case OrvUtility::CMsgQueueSender::SEND_ANSWERED:
+        strOut += FormatAnswer(stuReply);
+        return EXIT_ANSWERED;
+    case OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER:
+        strErr += "orvprint-send: no receiver on " + Utf8(strBase) + " (or it went away without answering)\n";
+        return EXIT_NO_RECEIVER;
+    case OrvUtility::CMsgQueueSender::SEND_TIMED_OUT:
+        strErr += "orvprint-send: no answer within the time limit\n";
+        return EXIT_TIMED_OUT;
+    case OrvUtility::CMsgQueueSender::SEND_REQUEST_TOO_LONG:
+        strErr += "orvprint-send: " + Utf8(strFile) + ": longer than the request area\n";
+        return EXIT_BAD_INPUT;
+    case OrvUtility::CMsgQueueSender::SEND_PLATFORM_FAILURE:
+    default:
+        strErr += "orvprint-send: the channel " + Utf8(strBase) + " failed\n";
+        return EXIT_PLATFORM_FAILURE;
+    }
+}
+
+} // namespace OrvprintSend

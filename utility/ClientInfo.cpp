@@ -1,0 +1,150 @@
+#include "utility/ClientInfo.h"
+
+#include "language/PrivateProfile.h"
+#include "language/TextConvert.h"
+#include "logging/LogMacros.h"
+#include "utility/PsFolder.h"
+#include "utility/ScopeFileLock.h"
+
+namespace OrvUtility {
+
+namespace {
+
+// The caller's folder buffer: GetClientFolder(2, buffer, 256).
+const uint32_t FOLDER_CHARS = 256;
+// Buffer of a string setting: 255 characters and the terminator.
+const uint32_t VALUE_CHARS = 256;
+
+const wchar_t* const SECTION_SETTING = L"Setting";
+const wchar_t* const SECTION_SERVER_CONFIG = L"ServerConfig";
+
+PFN_WRITE_PROFILE_STRING& ProfileStringWriter()
+{
+    static PFN_WRITE_PROFILE_STRING s_pfnWriter = &Language::PrivateProfileWriteString;
+    return s_pfnWriter;
+}
+
+int32_t ReadBool(const wchar_t* szSection, const wchar_t* szKey, int32_t iDefault, const std::wstring& strPath)
+{
+    return static_cast<int32_t>(Language::PrivateProfileGetInt(szSection, szKey, iDefault, strPath.c_str()));
+}
+
+std::wstring ReadString(const wchar_t* szSection, const wchar_t* szKey, const std::wstring& strPath)
+{
+    wchar_t szValue[VALUE_CHARS];
+    szValue[0] = L'\0';
+    Language::PrivateProfileGetString(szSection, szKey, L"", szValue, VALUE_CHARS, strPath.c_str());
+    return szValue;
+}
+
+} // namespace
+
+PFN_WRITE_PROFILE_STRING SetProfileStringWriter(PFN_WRITE_PROFILE_STRING pfnWriter)
+{
+    PFN_WRITE_PROFILE_STRING pfnOld = ProfileStringWriter();
+    ProfileStringWriter() = pfnWriter ? pfnWriter : &Language::PrivateProfileWriteString;
+    return pfnOld;
+}
+
+int32_t WritePrivateProfileBOOL(const wchar_t* szSection, const wchar_t* szKey, int32_t bValue,
+                                const wchar_t* szFileName)
+{
+    ORV_TRACE_SCOPE("OrvUtility::WritePrivateProfileBOOL");
+    return ProfileStringWriter()(szSection, szKey, bValue ? L"1" : L"0", szFileName);
+}
+
+uint32_t ReadClientSetting(CLIENT_SETTING& setting)
+{
+    ORV_TRACE_SCOPE("OrvUtility::ReadClientSetting");
+    wchar_t szFolder[FOLDER_CHARS] = {0};
+    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
+        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+        return CLIENT_INFO_FAILED;
+    }
+    const std::wstring strPath = MakeConfigFilePath(szFolder);
+
+    // Readers exclude each other and every other holder of the file's lock.
+    // The wait's result does not matter: reading goes on in any case.
+    CScopeFileLock lock(strPath.c_str());
+    setting.bDisplayProjectSelection = ReadBool(SECTION_SETTING, L"DisplayProjectSelection", 1, strPath);
+    setting.bCanSelectNoPrinter = ReadBool(SECTION_SETTING, L"CanSelectNoPrinter", 0, strPath);
+    setting.bCanSelectNoProject = ReadBool(SECTION_SETTING, L"CanSelectNoProject", 0, strPath);
+    setting.szDefaultPrinter = ReadString(SECTION_SETTING, L"DefaultPrinter", strPath);
+    setting.szDefaultProject = ReadString(SECTION_SETTING, L"DefaultProject", strPath);
+    return CLIENT_INFO_OK;
+}
+
+uint32_t GetServerConfig(SERVER_CONFIG& config)
+{
+    ORV_TRACE_SCOPE("OrvUtility::GetServerConfig");
+    wchar_t szFolder[FOLDER_CHARS] = {0};
+    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
+        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+        return CLIENT_INFO_FAILED;
+    }
+    const std::wstring strPath = MakeConfigFilePath(szFolder);
+
+    CScopeFileLock lock(strPath.c_str());
+    config.blWaterPrintInstall = ReadBool(SECTION_SERVER_CONFIG, L"WaterPrintInstalled", 0, strPath);
+    config.blAuditInstall = ReadBool(SECTION_SERVER_CONFIG, L"AuditInstalled", 0, strPath);
+    config.blSGIdentifyInstall = ReadBool(SECTION_SERVER_CONFIG, L"SGIdentifyInstalled", 0, strPath);
+    config.blFilterInstall = ReadBool(SECTION_SERVER_CONFIG, L"FilterIntalled", 0, strPath);
+    return CLIENT_INFO_OK;
+}
+
+uint32_t WriteClientSetting(const CLIENT_SETTING& setting)
+{
+    ORV_TRACE_SCOPE("OrvUtility::WriteClientSetting");
+    wchar_t szFolder[FOLDER_CHARS] = {0};
+    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
+        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+        return CLIENT_INFO_FAILED;
+    }
+    const std::wstring strPath = MakeConfigFilePath(szFolder);
+
+    // No lock here: only the readers take it.
+    if (!WritePrivateProfileBOOL(SECTION_SETTING, L"DisplayProjectSelection", setting.bDisplayProjectSelection,
+                                 strPath.c_str()) ||
+        !WritePrivateProfileBOOL(SECTION_SETTING, L"CanSelectNoPrinter", setting.bCanSelectNoPrinter,
+                                 strPath.c_str()) ||
+        !WritePrivateProfileBOOL(SECTION_SETTING, L"CanSelectNoProject", setting.bCanSelectNoProject,
+                                 strPath.c_str())) {
+        ORV_LOG_ERROR("%s(%d) : %s", "WritePrivateProfileBOOL failed.");
+        return CLIENT_INFO_FAILED;
+    }
+    if (!ProfileStringWriter()(SECTION_SETTING, L"DefaultPrinter", setting.szDefaultPrinter.c_str(),
+                               strPath.c_str()) ||
+        !ProfileStringWriter()(SECTION_SETTING, L"DefaultProject", setting.szDefaultProject.c_str(),
+                               strPath.c_str())) {
+        ORV_LOG_ERROR("%s(%d) : %s", "WritePrivateProfileString failed.");
+        return CLIENT_INFO_FAILED;
+    }
+    return CLIENT_INFO_OK;
+}
+
+} // namespace OrvUtility
+
+namespace paramtrace {
+
+std::string ValueText<SERVER_CONFIG>::Text(const SERVER_CONFIG& stuConfig)
+{
+    return "{"
+           ",blWaterPrintInstall = " + std::to_string(stuConfig.blWaterPrintInstall) +
+           ",blAuditInstall = " + std::to_string(stuConfig.blAuditInstall) +
+           ",blSGIdentifyInstall = " + std::to_string(stuConfig.blSGIdentifyInstall) +
+           ",blFilterInstall = " + std::to_string(stuConfig.blFilterInstall) +
+           "}";
+}
+
+std::string ValueText<CLIENT_SETTING>::Text(const CLIENT_SETTING& stuSetting)
+{
+    return "{"
+           ",bDisplayProjectSelection = " + std::to_string(stuSetting.bDisplayProjectSelection) +
+           ",bCanSelectNoPrinter = " + std::to_string(stuSetting.bCanSelectNoPrinter) +
+           ",bCanSelectNoProject = " + std::to_string(stuSetting.bCanSelectNoProject) +
+           ",szDefaultPrinter = " + Language::NarrowFromWide(stuSetting.szDefaultPrinter) +
+           ",szDefaultProject = " + Language::NarrowFromWide(stuSetting.szDefaultProject) +
+           "}";
+}
+
+} // namespace paramtrace

@@ -42,7 +42,7 @@ cat >"$demo/temp/Config.ini" <<INI
 [Setting]
 DisplayProjectSelection=1
 CanSelectNoPrinter=0
-CanSelectNoProject=1
+CanSelectNoProject=0
 DefaultPrinter=
 DefaultProject=
 
@@ -133,11 +133,13 @@ send_pid=$!
 if [ $interactive -eq 0 ]; then
   win=$(xdotool search --sync --onlyvisible --name "请选择打印选项" | head -1)
   echo "   dialog on screen after $(( ($(date +%s%N) - t1) / 1000000 )) ms"
-  import -window root "$out/dialog.png" 2>/dev/null || xwd -root -silent | convert xwd:- "$out/dialog.png"
-  xdotool windowactivate --sync "$win" 2>/dev/null || xdotool windowfocus --sync "$win" 2>/dev/null || true
-  xdotool key --window "$win" Return
+  import -window "$win" "$out/dialog.png" 2>/dev/null || import -window root "$out/dialog.png" 2>/dev/null || true
+  xdotool windowfocus --sync "$win" 2>/dev/null || true
+  t2=$(date +%s%N)
+  xdotool key --clearmodifiers Return
 fi
 wait $send_pid || true
+[ $interactive -eq 0 ] && echo "   answer back $(( ($(date +%s%N) - t2) / 1000000 )) ms after Enter"
 echo "== answer"
 cat "$demo/answer.json"; echo
 echo "== Config.ini now"

@@ -72,28 +72,32 @@ options() { # name
   local name=$1 opts=()
   [ -f "$fuzz_src/dict/$name.dict" ] && opts+=("-dict=$fuzz_src/dict/$name.dict")
   case $name in
-    records) opts+=(-max_len=24000) ;;
+    records) opts+=(-max_len=8192) ;;   # a whole printer record
     *) opts+=(-max_len=4096) ;;
   esac
   echo "${opts[@]}"
 }
 
 replay() {
-  local status=0 name bin
+  local status=0 name bin passed=0 failed=0
   for name in $(harnesses "$@"); do
     bin=$dir/tests/fuzz/${name}_fuzzer
-    [ -x "$bin" ] || { echo "fuzz: $name: no harness"; status=1; continue; }
+    [ -x "$bin" ] || { echo "fuzz: $name: no harness"; status=1; failed=$((failed + 1)); continue; }
     mkdir -p "$corpus_root/$name" "$artifacts"
     local n; n=$(find "$corpus_root/$name" -type f | wc -l)
-    if (cd "$dir" && "$bin" $(options "$name") -runs=0 -artifact_prefix="$artifacts/$name-" \
+    if (cd "$dir" && "$bin" $(options "$name") -runs=0 -timeout=60 -artifact_prefix="$artifacts/$name-" \
           "$corpus_root/$name") >"$dir/replay-$name.log" 2>&1; then
       echo "fuzz: $name: $n inputs replayed, no finding"
+      passed=$((passed + 1))
     else
+      failed=$((failed + 1))
       echo "fuzz: $name: FAILED (see $dir/replay-$name.log)"
       grep -E "ERROR|SUMMARY|check failed|runtime error|Test unit written" "$dir/replay-$name.log" | head -20
       status=1
     fi
   done
+  # One line in the form of the test summaries (harnesses as tests).
+  echo "fuzz replay: $passed passed, $failed failed, 0 skipped"
   return $status
 }
 
@@ -137,7 +141,12 @@ mode=${1:-}
 shift
 case $mode in
   build) build ;;
-  replay) build && replay "$@" ;;
+  replay)
+    if ! build; then
+      echo "fuzz replay: 0 passed, 1 failed, 0 skipped"
+      exit 1
+    fi
+    replay "$@" ;;
   run)
     [ $# -ge 1 ] || usage
     seconds=$1; shift

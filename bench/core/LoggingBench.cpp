@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <cstdio>
 #include <memory>
+#include <log4cpp/NDC.hh>
 #include "logging/LogFacade.h"
 #include "logging/LogMacros.h"
 #include "support/BenchSupport.h"
@@ -129,6 +130,23 @@ void BM_WriteLineBaseline(benchmark::State& state)
     close(iFd);
 }
 
+// The floor of a trace scope whose begin and end lines are off: the push and
+// pop of its entry on the thread's NDC, four entries deep (as on the popup
+// thread), and nothing else.
+void BM_NdcPushPopBaseline(benchmark::State& state)
+{
+    UseLogging(ELogging::OFF);
+    for (const char* szOuter : {"OrvprintD_exe..CPopupThread::Run$", "OrvprintD_exe..OrvUtility::CMsgQueueEx::RecvMsgLoop$",
+                                "OrvprintD_exe..OrvUtility::CMsgQueueEx::RecvMsg$", "OrvprintD_exe..CPopupThread::MsgHandler$"}) {
+        log4cpp::NDC::push(szOuter);
+    }
+    for (auto _ : state) {
+        log4cpp::NDC::push("OrvprintD_exe..COrvprintDDlg::UpdateUI$");
+        log4cpp::NDC::pop();
+    }
+    log4cpp::NDC::clear();
+}
+
 } // namespace
 
 ORV_BENCH_REGISTER(Logging)
@@ -166,4 +184,5 @@ ORV_BENCH_REGISTER(Logging)
                                      BM_LogError, e);
     }
     benchmark::RegisterBenchmark("Logging/baseline/format_and_write_line", BM_WriteLineBaseline);
+    benchmark::RegisterBenchmark("Logging/baseline/ndc_push_and_pop/depth:5", BM_NdcPushPopBaseline);
 }

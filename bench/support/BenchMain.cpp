@@ -137,6 +137,7 @@ public:
             std::ostringstream line;
             line << run.benchmark_name() << '\t';
             if (run.error_occurred) {
+                ++m_uiErrors;
                 line << "error\t" << run.error_message;
             } else {
                 char szValue[64];
@@ -151,6 +152,8 @@ public:
         }
     }
 
+    size_t Errors() const { return m_uiErrors; }
+
     bool Write(const std::string& strPath) const
     {
         std::ofstream out(strPath, std::ios::trunc);
@@ -162,6 +165,7 @@ public:
 
 private:
     std::vector<std::string> m_vecLines;
+    size_t m_uiErrors = 0;
 };
 
 } // namespace
@@ -272,7 +276,13 @@ int BenchMain(int argc, char** argv)
     for (auto it = RunEndWork().rbegin(); it != RunEndWork().rend(); ++it) {
         (*it)();
     }
+    // A benchmark that could not run (a peer that did not start, a result
+    // that was not as expected) fails the smoke run; times never do.
     int iStatus = 0;
+    if (s_bSmoke && reporter.Errors() != 0) {
+        std::fprintf(stderr, "%zu benchmark(s) reported an error\n", reporter.Errors());
+        iStatus = 1;
+    }
     if (!strSummary.empty() && !reporter.Write(strSummary)) {
         std::fprintf(stderr, "cannot write %s\n", strSummary.c_str());
         iStatus = 1;

@@ -124,7 +124,7 @@ void EnsureIdleProcesses(size_t uiCount)
         vecPool.pop_back();
     }
     // Let them reach exec, so that a scan sees what it will see later.
-    for (int iTry = 0; iTry < 200; ++iTry) {
+    for (int iTry = 0; iTry < 1000; ++iTry) {
         bool bAllExec = true;
         for (pid_t pid : vecPool) {
             char szLink[64];
@@ -219,7 +219,7 @@ std::string StartClientToolStandIn()
     });
     // Wait until it runs the copy (after exec).
     const std::string strLink = "/proc/" + std::to_string(pid) + "/exe";
-    for (int iTry = 0; iTry < 500; ++iTry) {
+    for (int iTry = 0; iTry < 5000; ++iTry) {
         char szTarget[PATH_MAX];
         const ssize_t n = readlink(strLink.c_str(), szTarget, sizeof(szTarget) - 1);
         if (n > 0 && std::string(szTarget, static_cast<size_t>(n)) == strPath) {

@@ -638,13 +638,56 @@ protected:
     void TearDown() override
     {
         if (m_pOrvprintD && m_pOrvprintD->IsRunning()) {
-            m_pOrvprintD->Kill();
+            Stop(*m_pOrvprintD);
         }
         // What the launcher started is left running by OrvprintD itself.
-        for (DWORD dwPid : ProcessesOf(m_strClientTool)) {
-            KillProcess(dwPid);
-        }
+        EndClientTools();
         ::SetEnvironmentVariableW(L"ORVPRINT_SYSTEM_ACCOUNT", nullptr);
+    }
+
+    // Ends OrvprintD the way --quit does, so that a launcher cycle that is
+    // starting the client tool finishes first; kills it when it does not end
+    // (a dialog left open by a failed test holds the popup thread).
+    void Stop(orvtest::ChildProcess& objProgram)
+    {
+        const DWORD dwThread = MainThreadOf(static_cast<DWORD>(objProgram.GetPid()));
+        if (dwThread) {
+            ::PostThreadMessageW(dwThread, WM_QUIT, 0, 0);
+        }
+        if (WaitExit(objProgram, std::chrono::seconds(10)) == -2) {
+            objProgram.Kill();
+        }
+    }
+
+    // The client tools that the program started (its children, wherever
+    // they are in their start) and any that run the tool file beside it.
+    std::vector<DWORD> ClientToolsToEnd() const
+    {
+        std::vector<DWORD> vecPids;
+        for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
+            if (!EqualNoCase(entry.strExeFile.substr(entry.strExeFile.find_last_of(L"\\/") + 1), CLIENT_TOOL_NAME)) {
+                continue;
+            }
+            const bool bChild = std::find(m_vecProgramPids.begin(), m_vecProgramPids.end(),
+                                          entry.uiParentProcessId) != m_vecProgramPids.end();
+            if (bChild || Language::IsModuleLoadedInProcess(entry.uiProcessId, m_strClientTool)) {
+                vecPids.push_back(entry.uiProcessId);
+            }
+        }
+        return vecPids;
+    }
+
+    void EndClientTools()
+    {
+        for (int i = 0; i < 20; ++i) {
+            const std::vector<DWORD> vecPids = ClientToolsToEnd();
+            if (vecPids.empty()) {
+                break;
+            }
+            for (DWORD dwPid : vecPids) {
+                KillProcess(dwPid);
+            }
+        }
     }
 
     std::wstring TempDir() const { return Wide(m_tmp.File("temp")); }
@@ -678,7 +721,11 @@ protected:
 
     std::unique_ptr<orvtest::ChildProcess> StartProgram(const std::vector<std::string>& vecArgs = {})
     {
-        return orvtest::ChildProcess::Start(m_strProgram, vecArgs);
+        std::unique_ptr<orvtest::ChildProcess> pChild = orvtest::ChildProcess::Start(m_strProgram, vecArgs);
+        if (pChild) {
+            m_vecProgramPids.push_back(static_cast<DWORD>(pChild->GetPid()));
+        }
+        return pChild;
     }
 
     // Starts OrvprintD, answers the print-processor message box when it comes
@@ -790,6 +837,7 @@ protected:
     SavedValue m_savedTempDir;
     SavedValue m_savedRunValue;
     std::unique_ptr<orvtest::ChildProcess> m_pOrvprintD;
+    std::vector<DWORD> m_vecProgramPids; // every OrvprintD process of the test
     bool m_bStartupBoxSeen = false;
     bool m_bServingWhileBoxShown = false;
     MessageBoxFace m_faceStartupBox;

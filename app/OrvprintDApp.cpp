@@ -14,6 +14,7 @@
 #include "language/TextConvert.h"
 #include "logging/LogMacros.h"
 #include "utility/NamedMutex.h"
+#include "utility/ThreadEvent.h"
 
 const wchar_t* const COrvprintDApp::INSTANCE_MUTEX_NAME = L"Global\\{05D73725-23EF-4104-92F1-CE15A4115D6A}";
 const wchar_t* const COrvprintDApp::AUTORUN_VALUE_NAME = L"OrvprintD";
@@ -114,9 +115,10 @@ int COrvprintDApp::InitInstance()
     objPopupThread.Begin();
 
     boost::shared_ptr<CLauncherThread> spLauncher;
+    bool bLauncherBegun = false;
     try {
         spLauncher = boost::make_shared<CLauncherThread>();
-        spLauncher->Begin();
+        bLauncherBegun = spLauncher->Begin() == 0;
     } catch (const Language::Exception& e) {
         ORV_LOG_FATAL("%s(%d)Failed to begin launch thread. err = %s", e.Message().c_str());
     } catch (...) {
@@ -128,6 +130,13 @@ int COrvprintDApp::InitInstance()
     objPopupThread.ForceQuit();
     AppPlatform::JoinFromMainThread(objPopupThread);
     if (spLauncher) {
+        // A quit that is already waiting when the loop starts (sent while the
+        // print-processor message box was open) comes before the launcher
+        // thread has begun to run: ForceQuit would find nothing to stop and
+        // Join would wait for ever. Let it start first.
+        if (bLauncherBegun) {
+            spLauncher->WaitStarted(OrvUtility::CThreadEvent::INFINITE_WAIT);
+        }
         spLauncher->ForceQuit();
         spLauncher->Join();
     }

@@ -20,6 +20,7 @@ void OutputSwitchTable::Set(const std::string& strName, const std::string& strKe
     } else if (strKey == "OutputNDCFullmessage") {
         switches.bOutputNDCFullmessage = bValue;
     }
+    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
 }
 
 int OutputSwitchTable::Get(const std::string& strName, OutputSwitches& switches) const
@@ -37,12 +38,14 @@ void OutputSwitchTable::Remove(const std::string& strName)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_mapSwitches.erase(strName);
+    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
 }
 
 void OutputSwitchTable::Clear()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_mapSwitches.clear();
+    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
 }
 
 size_t OutputSwitchTable::Size() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -25,6 +27,9 @@ public:
     void Remove(const std::string& strName);
     void Clear();
     size_t Size() const;
+    // Rises with every Set, Remove and Clear: a reader that keeps switches it
+    // has looked up knows by it when they may have changed.
+    uint64_t Version() const { return m_uiVersion.load(std::memory_order_acquire); }
 
     OutputSwitchTable() = default;
     OutputSwitchTable(const OutputSwitchTable&) = delete;
@@ -33,4 +38,5 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::map<std::string, OutputSwitches, std::less<>> m_mapSwitches;
+    std::atomic<uint64_t> m_uiVersion{0};
 };

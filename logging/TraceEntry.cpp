@@ -2,6 +2,55 @@
 
 #include <cstring>
 
+namespace {
+
+// The position of the last "$" at or before uiLast (npos when none): what
+// std::string::rfind('$', uiLast) answers, with the C library's search
+// where it has one (the entry is found on every traced call).
+size_t FindLastDollar(const std::string& strText, size_t uiLast)
+{
+    if (strText.empty()) {
+        return std::string::npos;
+    }
+    const size_t uiCount = (uiLast < strText.size() ? uiLast : strText.size() - 1) + 1;
+#if defined(__GLIBC__)
+    const void* pFound = memrchr(strText.data(), '$', uiCount);
+    return pFound ? static_cast<size_t>(static_cast<const char*>(pFound) - strText.data()) : std::string::npos;
+#else
+    const char* pData = strText.data();
+    for (size_t i = uiCount; i > 0; --i) {
+        if (pData[i - 1] == '$') {
+            return i - 1;
+        }
+    }
+    return std::string::npos;
+#endif
+}
+
+} // namespace
+
+void BuildTraceEntry(std::string& strEntry, const char* szModule, const char* szClass, const char* szFunction)
+{
+    const char* m = szModule ? szModule : "";
+    const char* c = szClass ? szClass : "";
+    const char* f = szFunction ? szFunction : "";
+    const size_t uiModule = std::strlen(m);
+    const size_t uiClass = std::strlen(c);
+    const size_t uiFunction = std::strlen(f);
+    // One resize (no allocation once the buffer has grown), then the pieces.
+    strEntry.resize(uiModule + uiClass + uiFunction + 3);
+    char* p = &strEntry[0];
+    std::memcpy(p, m, uiModule);
+    p += uiModule;
+    *p++ = '.';
+    std::memcpy(p, c, uiClass);
+    p += uiClass;
+    *p++ = '.';
+    std::memcpy(p, f, uiFunction);
+    p += uiFunction;
+    *p = '$';
+}
+
 std::string MakeTraceEntry(const char* szModule, const char* szClass, const char* szFunction)
 {
     const char* m = szModule ? szModule : "";
@@ -9,19 +58,19 @@ std::string MakeTraceEntry(const char* szModule, const char* szClass, const char
     const char* f = szFunction ? szFunction : "";
     std::string strEntry;
     strEntry.reserve(std::strlen(m) + std::strlen(c) + std::strlen(f) + 3);
-    strEntry.append(m).append(1, '.').append(c).append(1, '.').append(f).append(1, '$');
+    BuildTraceEntry(strEntry, m, c, f);
     return strEntry;
 }
 
-bool CurrentTraceEntry(const std::string& strNdc, size_t uiDepth, std::string& strEntry)
+bool CurrentTraceEntryView(const std::string& strNdc, size_t uiDepth, std::string_view& entry)
 {
     if (uiDepth < 2) {
         // One entry: everything before its "$".
-        const size_t uiDollar = strNdc.rfind('$');
+        const size_t uiDollar = FindLastDollar(strNdc, std::string::npos);
         if (uiDollar == std::string::npos) {
             return false;
         }
-        strEntry.assign(strNdc, 0, uiDollar);
+        entry = std::string_view(strNdc.data(), uiDollar);
         return true;
     }
     // Several: the entry begins behind the "$" and the blank that close the
@@ -29,11 +78,21 @@ bool CurrentTraceEntry(const std::string& strNdc, size_t uiDepth, std::string& s
     if (strNdc.size() < 2) {
         return false;
     }
-    const size_t uiDollar = strNdc.rfind('$', strNdc.size() - 2);
+    const size_t uiDollar = FindLastDollar(strNdc, strNdc.size() - 2);
     if (uiDollar == std::string::npos || uiDollar + 2 > strNdc.size() - 1) {
         return false;
     }
-    strEntry.assign(strNdc, uiDollar + 2, strNdc.size() - 1 - (uiDollar + 2));
+    entry = std::string_view(strNdc.data() + uiDollar + 2, strNdc.size() - 1 - (uiDollar + 2));
+    return true;
+}
+
+bool CurrentTraceEntry(const std::string& strNdc, size_t uiDepth, std::string& strEntry)
+{
+    std::string_view entry;
+    if (!CurrentTraceEntryView(strNdc, uiDepth, entry)) {
+        return false;
+    }
+    strEntry.assign(entry.data(), entry.size());
     return true;
 }
 

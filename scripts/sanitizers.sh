@@ -2,8 +2,8 @@
 # The Linux tree under sanitizers (clang):
 #   asan  AddressSanitizer + UndefinedBehaviorSanitizer in <build root>/asan,
 #         every Linux test (ctest)
-#   tsan  ThreadSanitizer in <build root>/tsan: the thread and queue tests and
-#         the popup-thread tests of the application
+#   tsan  ThreadSanitizer in <build root>/tsan: the thread, lock, queue and
+#         logging tests and the popup-thread tests of the application
 #
 #   scripts/sanitizers.sh [asan|tsan|all]      (default all)
 #
@@ -11,8 +11,9 @@
 # test started: reports are written to <dir>/sanitizer-reports/ and printed
 # at the end. Suppressions (narrow, each explained) are in
 # tests/fuzz/sanitizers/. Environment: ORV_BUILD_ROOT (default build),
-# ORV_JOBS (default 2), ORV_TSAN_APP_FILTER (GoogleTest filter of
-# orv_app_tests under ThreadSanitizer, default *Popup*).
+# ORV_JOBS (default 2), ORV_ASAN_CTEST_ARGS (more ctest arguments for the
+# asan run, e.g. "-E orv_e2e_tests"), ORV_TSAN_APP_FILTER (GoogleTest filter
+# of orv_app_tests under ThreadSanitizer, default *Popup*).
 set -uo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -66,7 +67,8 @@ run_asan() {
   export LSAN_OPTIONS="suppressions=$supp/lsan.supp:print_suppressions=0"
   export UBSAN_OPTIONS="halt_on_error=1:print_stacktrace=1:log_path=$dir/sanitizer-reports/report"
   echo "== asan: tests"
-  (cd "$dir" && ctest --output-on-failure --timeout 900) >"$dir.test.log" 2>&1
+  # shellcheck disable=SC2086
+  (cd "$dir" && ctest --output-on-failure --timeout 900 ${ORV_ASAN_CTEST_ARGS:-}) >"$dir.test.log" 2>&1
   local rc=$?
   grep -E "^ *[0-9]+/[0-9]+ Test|tests passed|FAILED" "$dir.test.log" | sed 's/^/   /'
   [ $rc -ne 0 ] && grep -B2 -A25 -E "\[  FAILED  \]|Failure|Exception|Timeout|SEGFAULT|Subprocess aborted" "$dir.test.log" | head -80
@@ -77,7 +79,9 @@ run_asan() {
 
 run_tsan() {
   local dir=$build_root/tsan
-  local tests=(orv_utility_tests orv_msgqueue_tests orv_app_tests)
+  # Threads, locks and the queue; the log facade, which every thread uses;
+  # the popup thread.
+  local tests=(orv_utility_tests orv_msgqueue_tests orv_logging_tests orv_app_tests)
   local built=()
   configure_and_build tsan "$dir" thread "${tests[@]}" || return 1
   rm -rf "$dir/sanitizer-reports"; mkdir -p "$dir/sanitizer-reports" "$dir/test-results"
@@ -110,7 +114,7 @@ case $mode in
   asan) run_asan || status=1 ;;
   tsan) run_tsan || status=1 ;;
   all) run_asan || status=1; run_tsan || status=1 ;;
-  *) sed -n '2,17p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
+  *) sed -n '2,18p' "$0" | sed 's/^# \{0,1\}//'; exit 2 ;;
 esac
 echo "sanitizers ($mode): $([ $status -eq 0 ] && echo passed || echo FAILED) in $(( $(date +%s) - started )) s"
 exit $status

@@ -70,38 +70,6 @@ bool ParseProcessId(const char* szName, uint32_t& uiProcessId)
     return true;
 }
 
-// Parent, thread count and priority from /proc/PID/stat; left at zero when
-// the file cannot be read.
-void ReadProcessStat(const std::string& strFolder, ProcessEntry& process)
-{
-    FILE* pFile = std::fopen((strFolder + "/stat").c_str(), "r");
-    if (!pFile) {
-        return;
-    }
-    scope_guard guardFile(boost::bind(CloseFile, pFile));
-    char szLine[1024] = {0};
-    if (!std::fgets(szLine, sizeof(szLine), pFile)) {
-        return;
-    }
-    // The command name (field 2) is in parentheses and may hold anything.
-    const char* szRest = std::strrchr(szLine, ')');
-    if (!szRest) {
-        return;
-    }
-    char cState = 0;
-    int iParent = 0;
-    long lPriority = 0;
-    long lThreads = 0;
-    // Fields 3 to 20: state ppid pgrp session tty tpgid flags minflt cminflt
-    // majflt cmajflt utime stime cutime cstime priority nice num_threads.
-    if (std::sscanf(szRest + 1, " %c %d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %ld %*d %ld",
-                    &cState, &iParent, &lPriority, &lThreads) == 4) {
-        process.uiParentProcessId = static_cast<uint32_t>(iParent);
-        process.iPriorityBase = static_cast<int32_t>(lPriority);
-        process.uiThreadCount = static_cast<uint32_t>(lThreads);
-    }
-}
-
 struct MappedFile {
     uintptr_t uiStart = 0;
     uintptr_t uiEnd = 0;
@@ -158,8 +126,10 @@ std::vector<ProcessEntry> EnumProcesses()
         }
         ProcessEntry process;
         process.uiProcessId = uiProcessId;
+        // The parent, thread count and priority (/proc/PID/stat) are left at
+        // zero: no caller reads them, and reading and parsing that file for
+        // every process would double the cost of a listing.
         process.strExeFile = WideFromUtf8(BaseName(strExe));
-        ReadProcessStat(strFolder, process);
         vecProcesses.push_back(process);
     }
     if (vecProcesses.empty()) {

@@ -11,30 +11,28 @@
 #include "logging/ThreadId.h"
 #include "logging/TraceEntry.h"
 #include "logging/log4cpp/CategoryResolver.h"
+#include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/ThreadNdc.h"
 
 namespace {
 
 // Begin and end lines go out at priority 0, so they pass any threshold.
+// Runs for every traced call: the current entry's category and switches come
+// from the thread's cache of resolved entries.
 void WriteScopeLine(const char* szSuffix)
 {
-    // Runs for every traced call: the texts are kept per thread.
-    static thread_local TraceContext s_context;
-    TraceContext& context = s_context;
-    if (!ResolveCurrentContext(context)) {
-        return;
-    }
-    OutputSwitches switches;
-    if (OutputSwitchTable::Instance().Get(context.pCategory->getName(), switches) != 0 ||
-        !switches.bOutputFunBeginInfo) {
+    std::optional<ResolvedEntry> fallback;
+    const ResolvedEntry& entry = ResolveCurrentEntry(fallback);
+    // The enable test of the filter chain, then the category and its switch.
+    if (!entry.bEnabled || !entry.pCategory || !entry.bHasSwitches || !entry.switches.bOutputFunBeginInfo) {
         return;
     }
     std::string strText;
-    strText.reserve(context.strModule.size() + context.strClass.size() + context.strFunction.size() + 16);
-    strText.append(context.strModule).append(1, '_').append(context.strClass).append(1, '_');
-    strText.append(context.strFunction).append(1, ' ').append(szSuffix);
-    context.pCategory->fatal("[ThreadID:%lu] %s", LogThreadId(), strText.c_str());
+    strText.reserve(entry.strModule.size() + entry.strClass.size() + entry.strFunction.size() + 16);
+    strText.append(entry.strModule).append(1, '_').append(entry.strClass).append(1, '_');
+    strText.append(entry.strFunction).append(1, ' ').append(szSuffix);
+    entry.pCategory->fatal("[ThreadID:%lu] %s", LogThreadId(), strText.c_str());
 }
 
 } // namespace
@@ -47,10 +45,13 @@ void TraceFunctionBegin(const char* szModule, const char* szClass, const char* s
     CallerErrorState errorState;
     try {
         // Pushed before any test, so that begin and end stay paired.
-        log4cpp::NDC::push(MakeTraceEntry(szModule, szClass, szFunction));
-        if (IsLoggingEnabled()) {
-            WriteScopeLine(":START......");
+        if (std::string* pBuffer = ThreadEntryBuffer()) {
+            BuildTraceEntry(*pBuffer, szModule, szClass, szFunction);
+            log4cpp::NDC::push(*pBuffer);
+        } else {
+            log4cpp::NDC::push(MakeTraceEntry(szModule, szClass, szFunction));
         }
+        WriteScopeLine(":START......");
     } catch (...) {
     }
 }
@@ -62,9 +63,7 @@ void TraceFunctionEnd()
     }
     CallerErrorState errorState;
     try {
-        if (IsLoggingEnabled()) {
-            WriteScopeLine(":End  ......\n");
-        }
+        WriteScopeLine(":End  ......\n");
     } catch (...) {
     }
     try {

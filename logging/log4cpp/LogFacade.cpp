@@ -14,6 +14,7 @@
 #include "logging/OutputSwitchTable.h"
 #include "logging/ThreadId.h"
 #include "logging/log4cpp/CategoryResolver.h"
+#include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/EventLogAppenderFactory.h"
 #include "logging/log4cpp/LogConfigurator.h"
 #include "logging/log4cpp/LogFilter.h"
@@ -155,13 +156,14 @@ bool IsPriorityEnabled(int iPriority)
     }
     CallerErrorState errorState;
     try {
-        // Asked before nearly every record: the texts are kept per thread.
-        static thread_local TraceContext s_context;
-        TraceContext& context = s_context;
-        if (!ResolveCurrentContext(context)) {
+        // Asked before nearly every record: the current entry's category
+        // comes from the thread's cache of resolved entries.
+        std::optional<ResolvedEntry> fallback;
+        const ResolvedEntry& entry = ResolveCurrentEntry(fallback);
+        if (!entry.pCategory) {
             return false;
         }
-        return context.pCategory->isPriorityEnabled(iPriority);
+        return entry.pCategory->isPriorityEnabled(iPriority);
     } catch (...) {
         return false;
     }
@@ -231,6 +233,7 @@ int InitLogging(const char* szConfigPath)
     CallerErrorState errorState;
     // A new configuration starts from nothing: no switches, no filters.
     LogState::SetDisabled(true);
+    LogState::NextGeneration();
     try {
         LogState::ReplaceFilter(nullptr);
         OutputSwitchTable::Instance().Clear();
@@ -246,6 +249,9 @@ int InitLogging(const char* szConfigPath)
         // Unreadable or malformed: the program runs on without logging.
         LogState::SetDisabled(true);
     }
+    // Categories were made and switches read: nothing worked out before
+    // stays valid.
+    LogState::NextGeneration();
     return 0;
 }
 
@@ -257,6 +263,7 @@ void ShutdownLogging()
             log4cpp::Category::shutdown();
             LogState::SetDisabled(true);
         }
+        LogState::NextGeneration();
         ReleaseThreadNdc();
     } catch (...) {
     }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <string>
 
 namespace log4cpp {
 class Filter;
@@ -21,12 +23,23 @@ public:
     // Takes ownership of pFilter (and its chain); deletes the previous chain.
     static void ReplaceFilter(log4cpp::Filter* pFilter);
 
+    // Rises whenever the configuration may change (InitLogging,
+    // ShutdownLogging, a new filter chain): what has been worked out from one
+    // configuration is kept only while this stays the same.
+    static uint64_t Generation() { return s_uiGeneration.load(std::memory_order_acquire); }
+    static void NextGeneration() { s_uiGeneration.fetch_add(1, std::memory_order_acq_rel); }
+
 private:
     static std::atomic<bool> s_bDisabled;
     static std::atomic<log4cpp::Filter*> s_pFilter;
+    static std::atomic<uint64_t> s_uiGeneration;
 };
 
 // The enable test every record passes first: logging is on and the filter
 // chain (if any) does not deny the calling thread's current trace entry.
 // The level of the record plays no part.
 bool IsLoggingEnabled();
+
+// The filter chain's verdict on an entry text (true without a chain): what
+// IsLoggingEnabled answers on a thread whose current entry is that text.
+bool DecideByFilters(const std::string& strEntry);

@@ -67,6 +67,18 @@ bool ReadCurrentEntry(std::string& strEntry)
     return CurrentTraceEntry(strNdc, log4cpp::NDC::getDepth(), strEntry);
 }
 
+bool ReadCurrentEntryView(std::string_view& entry)
+{
+    if (!MayHoldNdc()) {
+        return false;
+    }
+    const std::string& strNdc = log4cpp::NDC::get();
+    if (strNdc.empty()) {
+        return false;
+    }
+    return CurrentTraceEntryView(strNdc, log4cpp::NDC::getDepth(), entry);
+}
+
 void ReleaseThreadNdc()
 {
     if (!MayHoldNdc()) {

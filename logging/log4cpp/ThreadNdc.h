@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 // The calling thread's log4cpp NDC, which holds its trace entries. None of
 // these creates the thread's NDC object once it has been released.
@@ -12,6 +13,9 @@ size_t ThreadNdcDepth();
 std::string ThreadNdcText();
 // The innermost trace entry without its "$"; false when there is none.
 bool ReadCurrentEntry(std::string& strEntry);
+// The same entry as a view into the thread's NDC text, valid until the
+// thread's next push or pop.
+bool ReadCurrentEntryView(std::string_view& entry);
 
 // Clears the thread's NDC and deletes its per-thread object, so that a thread
 // whose outermost scope has closed holds no logging memory. The next push

@@ -42,16 +42,23 @@ void StartLogging()
     log4cpp::Category::getInstance("OrvprintD_exe").addAppender(g_pQueue);
 }
 
-// Names the C library turns into UTF-8 through "%S": no NUL (it would end
-// the text early), no surrogate, nothing past U+10FFFF.
-bool Printable(const std::wstring& strName)
+// Names the C library can turn into UTF-8 through "%S": no surrogate,
+// nothing past U+10FFFF.
+bool Convertible(const std::wstring& strName)
 {
     for (wchar_t ch : strName) {
-        if (ch == 0 || (ch >= 0xD800 && ch <= 0xDFFF) || static_cast<uint32_t>(ch) > 0x10FFFF) {
+        if ((ch >= 0xD800 && ch <= 0xDFFF) || static_cast<uint32_t>(ch) > 0x10FFFF) {
             return false;
         }
     }
     return true;
+}
+
+// Names that come out whole: convertible and without a NUL (which would end
+// the text early).
+bool Printable(const std::wstring& strName)
+{
+    return Convertible(strName) && strName.find(L'\0') == std::wstring::npos;
 }
 
 std::string Pop()
@@ -83,12 +90,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pbyData, size_t uiSize)
         strProject = strPrinter.substr(uiSplit + 1);
         strPrinter.erase(uiSplit);
     }
-    // Known and open (docs/SECURITY.md, open items): a record cut at its
-    // 800-byte buffer can end inside an escaped "%%", and the lone "%" left
-    // at the end of log4cpp's format makes its formatter grow its buffer
-    // without end. Until the facade trims such a "%", the names are kept
-    // short enough (100 units, at most 3 bytes each, 2 for a "%") that
-    // no INFO record is cut; raise this to 1024 with the fix.
+    // Known and open (docs/SECURITY.md, open items): a record that ends
+    // inside an escaped "%%" leaves a lone "%" at the end of log4cpp's
+    // format, and log4cpp's formatter then grows its buffer without end.
+    // That happens when the record is cut at its 800-byte buffer, and when
+    // the C library stops converting a name for "%S" (an unpaired
+    // surrogate). Until the facade trims such a "%", the names are kept
+    // short enough that no INFO record is cut (100 units, at most 3 bytes
+    // each, 2 for a "%"), and names that cannot be converted are not put
+    // into the INFO record; lift both with the fix.
     const size_t MAX_NAME_UNITS = 100;
     strPrinter.resize(std::min(strPrinter.size(), MAX_NAME_UNITS));
     strProject.resize(std::min(strProject.size(), MAX_NAME_UNITS));
@@ -97,8 +107,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pbyData, size_t uiSize)
 
     // The dialog's INFO record of the user's choice.
     Pop();
-    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", Language::EscapePercent(strPrinter).c_str(),
-                       Language::EscapePercent(strProject).c_str());
+    if (Convertible(strPrinter) && Convertible(strProject)) {
+        ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S",
+                           Language::EscapePercent(strPrinter).c_str(), Language::EscapePercent(strProject).c_str());
+    }
     const std::string strInfo = Pop();
     if (Printable(strPrinter) && Printable(strProject)) {
         const std::string strMessage = "Selected printer : " + Language::Utf8FromWide(strPrinter) +

@@ -1,0 +1,196 @@
+// The popup thread serving its own channel: requests from a sender, the
+// dialog answered by the test through a scripted window.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <string>
+
+#include "EventPump.h"
+#include "FakeDlgConfig.h"
+#include "FakeOrvprintDDlgView.h"
+#include "JobRequestBuilder.h"
+#include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "app/OrvprintDDlg.h"
+#include "app/OrvprintDDlgRunner.h"
+#include "app/PopupThread.h"
+#include "language/TextConvert.h"
+#include "support/ChildMain.h"
+#include "support/ChildProcess.h"
+#include "support/LogCapture.h"
+#include "utility/NamedMutex.h"
+
+namespace {
+
+std::wstring UniqueQueueName()
+{
+    static std::atomic<int> s_iCounter{0};
+    return L"OrvPopupTest_" +
+           std::to_wstring(std::chrono::steady_clock::now().time_since_epoch().count() % 1000000000) + L"_" +
+           std::to_wstring(s_iCounter++);
+}
+
+std::vector<uint8_t> OnePrinterRequest()
+{
+    return orvtest::CJobRequestBuilder().Printer(u"P1", u"Printer 1").Project(u"J1", u"Project 1").Build();
+}
+
+std::u16string ReplyId(const OrvUtility::CMsgQueueSender::REPLY& reply, size_t uiOffset)
+{
+    std::u16string str;
+    for (size_t i = uiOffset; i + 1 < reply.vecResponse.size() && i < uiOffset + 20; i += 2) {
+        const char16_t c = static_cast<char16_t>(reply.vecResponse[i] | (reply.vecResponse[i + 1] << 8));
+        if (!c) break;
+        str.push_back(c);
+    }
+    return str;
+}
+
+// Every dialog gets settings in memory and a window that plays the user.
+void ScriptDialogs(std::atomic<int>& iDialogs, std::function<void(orvtest::CFakeOrvprintDDlgView&)> fnScript)
+{
+    SetOrvprintDDlgSetupHook([&iDialogs, fnScript](COrvprintDDlg& objDlg) {
+        ++iDialogs;
+        objDlg.SetConfigFactory([]() { return std::make_shared<orvtest::CFakeDlgConfig>(); });
+        objDlg.SetViewFactory([fnScript](IOrvprintDDlgEvents& objEvents) {
+            auto pView = std::unique_ptr<orvtest::CFakeOrvprintDDlgView>(new orvtest::CFakeOrvprintDDlgView(objEvents));
+            pView->m_fnScript = fnScript;
+            return std::unique_ptr<IOrvprintDDlgView>(std::move(pView));
+        });
+    });
+}
+
+bool IsServing(const std::wstring& strName)
+{
+    return OrvUtility::ProbeNamedMutex(OrvUtility::CMsgQueueLayout::ExistenceMutexName(strName)) ==
+           OrvUtility::NAMED_MUTEX_OWNED;
+}
+
+class PopupThreadTest : public ::testing::Test {
+protected:
+    void TearDown() override { SetOrvprintDDlgSetupHook(nullptr); }
+};
+
+} // namespace
+
+// The sender process: NAME COUNT. Sends COUNT requests and checks each answer.
+ORV_CHILD_MAIN(PopupSender)
+{
+    if (args.size() != 2) return 100;
+    OrvUtility::CMsgQueueSender objSender(Language::WideFromUtf8(args[0]));
+    const int iCount = std::stoi(args[1]);
+    const std::vector<uint8_t> vecRequest = OnePrinterRequest();
+    for (int i = 0; i < iCount; ++i) {
+        OrvUtility::CMsgQueueSender::REPLY reply;
+        if (objSender.Send(vecRequest.data(), vecRequest.size(), 30000, reply) != 0) return 10 + i;
+        if (reply.uiResultCode != 0 || reply.uiResponseLength != 44) return 20 + i;
+        if (reply.vecResponse.size() < 44 || reply.vecResponse[0] != 0) return 30 + i;
+        if (ReplyId(reply, 4) != u"P1" || ReplyId(reply, 24) != u"J1") return 40 + i;
+    }
+    return 0;
+}
+
+TEST_F(PopupThreadTest, TwoRequestsFromASenderProcessGiveTwoDialogs)
+{
+    orvtest::LogCapture cap;
+    std::atomic<int> iDialogs{0};
+    ScriptDialogs(iDialogs, [](orvtest::CFakeOrvprintDDlgView& v) { v.ClickOk(); });
+    const std::wstring strName = UniqueQueueName();
+    CPopupThread objThread(strName);
+    ASSERT_EQ(0u, objThread.Begin());
+    orvtest::WaitServingEvents([&] { return IsServing(strName); });
+
+    auto pSender = orvtest::ChildProcess::StartSelf("PopupSender", {Language::Utf8FromWide(strName), "2"});
+    ASSERT_TRUE(pSender);
+    orvtest::WaitServingEvents([&] { return !pSender->IsRunning(); });
+    EXPECT_EQ(0, pSender->Wait());
+    EXPECT_EQ(2, iDialogs.load());
+
+    objThread.ForceQuit();
+    objThread.Join();
+    EXPECT_EQ(6, objThread.GetLoopResult());
+    EXPECT_FALSE(IsServing(strName));
+    if (cap.Available()) {
+        EXPECT_EQ(2, cap.Count("INFO - Popup orvprintD dialog."));
+        EXPECT_EQ(2, cap.Count("INFO - User clicked OK, orvprintD dialog closed."));
+    }
+}
+
+TEST_F(PopupThreadTest, QuitWhileADialogIsOpenTakesEffectAfterItCloses)
+{
+    orvtest::LogCapture cap;
+    std::atomic<int> iDialogs{0};
+    CPopupThread* pThread = nullptr;
+    // The quit arrives while the dialog is open; the user then cancels.
+    ScriptDialogs(iDialogs, [&pThread](orvtest::CFakeOrvprintDDlgView& v) {
+        pThread->ForceQuit();
+        v.ClickCancel();
+    });
+    const std::wstring strName = UniqueQueueName();
+    CPopupThread objThread(strName);
+    pThread = &objThread;
+    ASSERT_EQ(0u, objThread.Begin());
+    orvtest::WaitServingEvents([&] { return IsServing(strName); });
+
+    auto reply = std::async(std::launch::async, [&strName]() {
+        OrvUtility::CMsgQueueSender objSender(strName);
+        OrvUtility::CMsgQueueSender::REPLY stuReply;
+        const std::vector<uint8_t> vecRequest = OnePrinterRequest();
+        const auto eResult = objSender.Send(vecRequest.data(), vecRequest.size(), 30000, stuReply);
+        return std::make_pair(eResult, stuReply);
+    });
+    orvtest::WaitServingEvents([&] { return reply.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+    const auto result = reply.get();
+    // The sender is released. The request was answered first (cancelled by
+    // the user); the quit that follows at once writes its own result code
+    // into the one slot, so a sender that reads after it sees "quitting".
+    ASSERT_EQ(OrvUtility::CMsgQueueSender::SEND_ANSWERED, result.first);
+    if (result.second.uiResultCode == 0) {
+        EXPECT_EQ(44u, result.second.uiResponseLength);
+        ASSERT_GE(result.second.vecResponse.size(), 4u);
+        EXPECT_EQ(1, result.second.vecResponse[0]);
+    } else {
+        EXPECT_EQ(6u, result.second.uiResultCode);
+        EXPECT_EQ(0u, result.second.uiResponseLength);
+    }
+    // ... then the loop ended on the quit.
+    objThread.Join();
+    EXPECT_EQ(6, objThread.GetLoopResult());
+    EXPECT_EQ(1, iDialogs.load());
+    EXPECT_FALSE(IsServing(strName));
+    if (cap.Available()) {
+        EXPECT_EQ(1, cap.Count("INFO - User clicked Cancel, orvprintD dialog closed."));
+    }
+}
+
+TEST_F(PopupThreadTest, MalformedRequestEndsTheLoop)
+{
+    orvtest::LogCapture cap;
+    std::atomic<int> iDialogs{0};
+    ScriptDialogs(iDialogs, [](orvtest::CFakeOrvprintDDlgView& v) { v.ClickOk(); });
+    const std::wstring strName = UniqueQueueName();
+    CPopupThread objThread(strName);
+    ASSERT_EQ(0u, objThread.Begin());
+    orvtest::WaitServingEvents([&] { return IsServing(strName); });
+
+    // No printers, no projects, one byte too many: a format error.
+    const std::vector<uint8_t> vecRequest(9, 0);
+    auto reply = std::async(std::launch::async, [&strName, vecRequest]() {
+        OrvUtility::CMsgQueueSender objSender(strName);
+        OrvUtility::CMsgQueueSender::REPLY stuReply;
+        return objSender.Send(vecRequest.data(), vecRequest.size(), 30000, stuReply);
+    });
+    orvtest::WaitServingEvents([&] { return reply.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+    // The loop has ended without an answer; the sender finds no receiver.
+    EXPECT_EQ(OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER, reply.get());
+    objThread.Join();
+    EXPECT_EQ(-1, objThread.GetLoopResult());
+    EXPECT_EQ(0, iDialogs.load());
+    EXPECT_FALSE(IsServing(strName));
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("throw CJobOptionDataException(CJobOptionDataException::FORMAT_ERROR)"));
+    }
+}

@@ -37,6 +37,19 @@ std::wstring ReadString(const wchar_t* szSection, const wchar_t* szKey, const st
     return szValue;
 }
 
+// The path of Config.ini in the "TempDir" folder; false (after the ERROR
+// line) when the folder cannot be found. Logs under the caller's scope.
+bool FindConfigFile(std::wstring& strPath)
+{
+    wchar_t szFolder[FOLDER_CHARS] = {0};
+    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
+        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+        return false;
+    }
+    strPath = MakeConfigFilePath(szFolder);
+    return true;
+}
+
 } // namespace
 
 PFN_WRITE_PROFILE_STRING SetProfileStringWriter(PFN_WRITE_PROFILE_STRING pfnWriter)
@@ -56,12 +69,10 @@ int32_t WritePrivateProfileBOOL(const wchar_t* szSection, const wchar_t* szKey, 
 uint32_t ReadClientSetting(CLIENT_SETTING& setting)
 {
     ORV_TRACE_SCOPE("OrvUtility::ReadClientSetting");
-    wchar_t szFolder[FOLDER_CHARS] = {0};
-    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
-        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+    std::wstring strPath;
+    if (!FindConfigFile(strPath)) {
         return CLIENT_INFO_FAILED;
     }
-    const std::wstring strPath = MakeConfigFilePath(szFolder);
 
     // Readers exclude each other and every other holder of the file's lock.
     // The wait's result does not matter: reading goes on in any case.
@@ -77,12 +88,10 @@ uint32_t ReadClientSetting(CLIENT_SETTING& setting)
 uint32_t GetServerConfig(SERVER_CONFIG& config)
 {
     ORV_TRACE_SCOPE("OrvUtility::GetServerConfig");
-    wchar_t szFolder[FOLDER_CHARS] = {0};
-    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
-        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+    std::wstring strPath;
+    if (!FindConfigFile(strPath)) {
         return CLIENT_INFO_FAILED;
     }
-    const std::wstring strPath = MakeConfigFilePath(szFolder);
 
     CScopeFileLock lock(strPath.c_str());
     config.blWaterPrintInstall = ReadBool(SECTION_SERVER_CONFIG, L"WaterPrintInstalled", 0, strPath);
@@ -95,12 +104,10 @@ uint32_t GetServerConfig(SERVER_CONFIG& config)
 uint32_t WriteClientSetting(const CLIENT_SETTING& setting)
 {
     ORV_TRACE_SCOPE("OrvUtility::WriteClientSetting");
-    wchar_t szFolder[FOLDER_CHARS] = {0};
-    if (GetClientFolder(CLIENT_FOLDER_TEMP, szFolder, FOLDER_CHARS) != CLIENT_FOLDER_OK) {
-        ORV_LOG_ERROR("%s(%d) : %s", "GetClientFolder failed.");
+    std::wstring strPath;
+    if (!FindConfigFile(strPath)) {
         return CLIENT_INFO_FAILED;
     }
-    const std::wstring strPath = MakeConfigFilePath(szFolder);
 
     // No lock here: only the readers take it.
     if (!WritePrivateProfileBOOL(SECTION_SETTING, L"DisplayProjectSelection", setting.bDisplayProjectSelection,

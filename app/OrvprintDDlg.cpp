@@ -5,6 +5,7 @@
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlgConfig.h"
 #include "app/OrvprintDDlgViewFactory.h"
+#include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "logging/FunctionParameters.h"
 #include "logging/LogMacros.h"
@@ -350,8 +351,10 @@ void COrvprintDDlg::OnBnClickedOk()
         m_spConfig->Set_DefaultPrinter(strPrinterName);
         m_spConfig->Set_DefaultProject(strProjectName);
     }
-    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", strPrinterName.c_str(),
-                       strProjectName.c_str());
+    // The names come from the request: each "%" is doubled so that the
+    // record's second formatting gives them back as they are.
+    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", Language::EscapePercent(strPrinterName).c_str(),
+                       Language::EscapePercent(strProjectName).c_str());
 
     m_pView->EndDialog(RESULT_OK);
 }

@@ -45,9 +45,10 @@ uint32_t CPopupThread::Run()
     ORV_TRACE_SCOPE("CPopupThread::Run");
     using namespace boost::placeholders;
     OrvUtility::CMsgQueueEx::MsgHandler handler = boost::bind(&CPopupThread::MsgHandler, this, _1, _2, _3, _4);
-    // A malformed request makes the dialog throw; the exception ends the
-    // loop (the existence mutex is released on the way out) and this thread.
-    // It stops here so that it does not take the whole process with it.
+    // The handler answers every request itself; an exception that still
+    // leaves the loop (the existence mutex is released on the way out) ends
+    // this thread, and stops here so that it does not take the whole process
+    // with it.
     try {
         m_iLoopResult = m_objMsgQueue.RecvMsgLoop(handler);
     } catch (const OrvUtility::CBaseException& e) {
@@ -63,11 +64,39 @@ int CPopupThread::MsgHandler(uint8_t* pbyRequest, uint64_t& uiRequestLength, uin
 {
     ORV_TRACE_SCOPE("CPopupThread::MsgHandler");
     ORV_LOG_INFO_PLAIN("Popup orvprintD dialog.");
-    const int iResult = RunOrvprintDDlg(pbyRequest, &uiRequestLength, pbyResponse, &uiResponseLength);
+    // A request that cannot be shown (a malformed one throws from the
+    // dialog's construction) is answered as the Cancel button answers, and
+    // the handler returns normally: the queue then releases the sender and
+    // goes on serving the next request.
+    int iResult = 0;
+    try {
+        iResult = RunOrvprintDDlg(pbyRequest, &uiRequestLength, pbyResponse, &uiResponseLength);
+    } catch (const OrvUtility::CBaseException& e) {
+        ORV_LOG_ERROR("%s(%d) : catched exception, code = %u. The request is answered as cancelled.",
+                      e.GetCode());
+        AnswerCancelled(pbyResponse, uiResponseLength);
+        return 0;
+    } catch (...) {
+        // No text of the exception is logged: it could carry request text.
+        ORV_LOG_ERROR("%s(%d) : %s", "Caught unexpected C++ exception. The request is answered as cancelled.");
+        AnswerCancelled(pbyResponse, uiResponseLength);
+        return 0;
+    }
     if (iResult == 1) {
         ORV_LOG_INFO_PLAIN("User clicked OK, orvprintD dialog closed.");
     } else if (iResult == 2) {
         ORV_LOG_INFO_PLAIN("User clicked Cancel, orvprintD dialog closed.");
     }
     return 0;
+}
+
+void CPopupThread::AnswerCancelled(uint8_t* pbyResponse, uint64_t& uiResponseLength)
+{
+    if (!pbyResponse || uiResponseLength < CJobSelectedData::TOTAL_BUFFER_SIZE) {
+        return;
+    }
+    CJobSelectedData objSelected(pbyResponse, uiResponseLength, true);
+    objSelected.SetResult(CJobSelectedData::RESULT_CANCEL);
+    objSelected.ClearIds();
+    uiResponseLength = CJobSelectedData::TOTAL_BUFFER_SIZE;
 }

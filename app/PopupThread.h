@@ -25,13 +25,17 @@ public:
     uint32_t Run() override;
 
     // One request: shows the dialog modally and logs how it was closed.
-    // Always 0; exceptions of the dialog (a malformed request) pass out.
+    // Always 0. A request the dialog cannot show (a malformed one) is
+    // answered as cancelled: result 1, no ids, response length 44.
     int MsgHandler(uint8_t* pbyRequest, uint64_t& uiRequestLength, uint8_t* pbyResponse, uint64_t& uiResponseLength);
 
     // The code that ended the last RecvMsgLoop (6 quit, 4 failure), or -1.
     int64_t GetLoopResult() const { return m_iLoopResult; }
 
 private:
+    // Writes the Cancel button's answer into a response area of 44 bytes or more.
+    static void AnswerCancelled(uint8_t* pbyResponse, uint64_t& uiResponseLength);
+
     OrvUtility::CMsgQueueEx m_objMsgQueue;
     int64_t m_iLoopResult = -1;
 };

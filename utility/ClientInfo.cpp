@@ -1,5 +1,6 @@
 #include "utility/ClientInfo.h"
 
+#include "language/LogText.h"
 #include "language/PrivateProfile.h"
 #include "language/TextConvert.h"
 #include "logging/LogMacros.h"
@@ -17,6 +18,14 @@ const uint32_t VALUE_CHARS = 256;
 
 const wchar_t* const SECTION_SETTING = L"Setting";
 const wchar_t* const SECTION_SERVER_CONFIG = L"ServerConfig";
+
+// A default name is written as one line of the file: a name that came with a
+// line break (it came from a request) is kept up to the break, so that it
+// cannot add lines, keys or sections to a file that other users read.
+std::wstring FirstLine(const std::wstring& strName)
+{
+    return strName.substr(0, strName.find_first_of(L"\r\n"));
+}
 
 PFN_WRITE_PROFILE_STRING& ProfileStringWriter()
 {
@@ -119,9 +128,9 @@ uint32_t WriteClientSetting(const CLIENT_SETTING& setting)
         ORV_LOG_ERROR("%s(%d) : %s", "WritePrivateProfileBOOL failed.");
         return CLIENT_INFO_FAILED;
     }
-    if (!ProfileStringWriter()(SECTION_SETTING, L"DefaultPrinter", setting.szDefaultPrinter.c_str(),
+    if (!ProfileStringWriter()(SECTION_SETTING, L"DefaultPrinter", FirstLine(setting.szDefaultPrinter).c_str(),
                                strPath.c_str()) ||
-        !ProfileStringWriter()(SECTION_SETTING, L"DefaultProject", setting.szDefaultProject.c_str(),
+        !ProfileStringWriter()(SECTION_SETTING, L"DefaultProject", FirstLine(setting.szDefaultProject).c_str(),
                                strPath.c_str())) {
         ORV_LOG_ERROR("%s(%d) : %s", "WritePrivateProfileString failed.");
         return CLIENT_INFO_FAILED;
@@ -145,13 +154,15 @@ std::string ValueText<SERVER_CONFIG>::Text(const SERVER_CONFIG& stuConfig)
 
 std::string ValueText<CLIENT_SETTING>::Text(const CLIENT_SETTING& stuSetting)
 {
-    return "{"
+    // The default names were taken from earlier requests; the text becomes the
+    // format of a "Param" record, so each "%" in it is doubled.
+    return Language::EscapePercent("{"
            ",bDisplayProjectSelection = " + std::to_string(stuSetting.bDisplayProjectSelection) +
            ",bCanSelectNoPrinter = " + std::to_string(stuSetting.bCanSelectNoPrinter) +
            ",bCanSelectNoProject = " + std::to_string(stuSetting.bCanSelectNoProject) +
            ",szDefaultPrinter = " + Language::NarrowFromWide(stuSetting.szDefaultPrinter) +
            ",szDefaultProject = " + Language::NarrowFromWide(stuSetting.szDefaultProject) +
-           "}";
+           "}");
 }
 
 } // namespace paramtrace

@@ -82,7 +82,8 @@ struct ValueText<SERVER_CONFIG> {
 };
 
 // "{,bDisplayProjectSelection = 1,bCanSelectNoPrinter = 0,bCanSelectNoProject = 0,
-//   szDefaultPrinter = ...,szDefaultProject = ...}" (one line; names as narrow text)
+//   szDefaultPrinter = ...,szDefaultProject = ...}" (one line; names as narrow text,
+//   each "%" doubled: the text is the format of a "Param" record)
 template <>
 struct ValueText<CLIENT_SETTING> {
     static std::string Text(const CLIENT_SETTING& stuSetting);

@@ -24,4 +24,14 @@ uint8_t* MapSharedBlock(NamedHandle hBlock, uint64_t uiSize);
 // UnmapViewOfFile. Nonzero on success.
 int UnmapSharedBlock(void* pView);
 
+// True when the view lost pages since the last call because the block was
+// cut short under it; the lost pages read as zeros. A Windows section cannot
+// shrink: always false there. Linux: anyone may truncate the block's file.
+bool IsSharedBlockViewBroken(void* pView);
+
+// Gives a broken view its block back: the block's file gets its size again
+// and the view, at the same address, shows the block once more (the cut part
+// reads as zeros). Nonzero on success; nothing to do on Windows.
+int RestoreSharedBlockView(NamedHandle hBlock, void* pView);
+
 } // namespace OrvUtility

@@ -4,6 +4,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <log4cpp/Appender.hh>
 #include <log4cpp/Category.hh>
@@ -53,6 +54,23 @@ private:
     log4cpp::Appender* m_pAppender;
 };
 
+// A record that stopped early (cut at the buffer's end, or where the C
+// library could not convert a character) can end between the two characters
+// of a "%%". Handed to log4cpp as a format, a lone "%" at its end makes the
+// formatter fail, and log4cpp answers a failure by growing its buffer and
+// trying again without end. The lone "%" is dropped; the rest stays.
+void DropLonePercentAtEnd(char* szRecord)
+{
+    size_t uiLength = std::strlen(szRecord);
+    size_t uiPercents = 0;
+    while (uiPercents < uiLength && szRecord[uiLength - 1 - uiPercents] == '%') {
+        ++uiPercents;
+    }
+    if (uiPercents % 2 != 0) {
+        szRecord[uiLength - 1] = '\0';
+    }
+}
+
 // ERROR, WARNING, INFO and DEBUG: the record is built here and handed to
 // log4cpp as its format, so log4cpp formats it a second time.
 void LogTwiceFormatted(int iPriority, const char* szRecordFormat, bool bDumpStack, const char* szFormat,
@@ -65,10 +83,12 @@ void LogTwiceFormatted(int iPriority, const char* szRecordFormat, bool bDumpStac
     if (!ResolveCurrentContext(context)) {
         return;
     }
-    char szMessage[kRecordBufferSize];
+    char szMessage[kRecordBufferSize] = "";
     vsnprintf(szMessage, sizeof(szMessage), szFormat ? szFormat : "", va);
+    szMessage[kRecordBufferSize - 1] = '\0';
     char szRecord[kRecordBufferSize];
     snprintf(szRecord, sizeof(szRecord), szRecordFormat, LogThreadId(), szMessage);
+    DropLonePercentAtEnd(szRecord);
 
     log4cpp::Category& category = *context.pCategory;
     switch (iPriority) {

@@ -541,6 +541,18 @@ TEST_F(OrvprintDDlgTest, SelectedNamesAreLogged)
     }
 }
 
+TEST_F(OrvprintDDlgTest, SelectedNamesWithPrintfConversionsAreLoggedAsTheyAre)
+{
+    orvtest::LogCapture cap;
+    m_request.Printer(u"P0", u"%s%s%n").Project(u"J1", u"100% %99999999999d");
+    Run(OK);
+    EXPECT_EQ(Answer(0, u"P0", u"J1"), Reply());
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("INFO - Selected printer : %s%s%n, selected project : 100% %99999999999d"))
+            << cap.Text();
+    }
+}
+
 // -------------------------------------------------------------- failures
 
 TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)

@@ -166,7 +166,7 @@ TEST_F(PopupThreadTest, QuitWhileADialogIsOpenTakesEffectAfterItCloses)
     }
 }
 
-TEST_F(PopupThreadTest, MalformedRequestEndsTheLoop)
+TEST_F(PopupThreadTest, MalformedRequestsAreAnsweredAsCancelledAndServingGoesOn)
 {
     orvtest::LogCapture cap;
     std::atomic<int> iDialogs{0};
@@ -176,21 +176,51 @@ TEST_F(PopupThreadTest, MalformedRequestEndsTheLoop)
     ASSERT_EQ(0u, objThread.Begin());
     orvtest::WaitServingEvents([&] { return IsServing(strName); });
 
-    // No printers, no projects, one byte too many: a format error.
-    const std::vector<uint8_t> vecRequest(9, 0);
-    auto reply = std::async(std::launch::async, [&strName, vecRequest]() {
-        OrvUtility::CMsgQueueSender objSender(strName);
-        OrvUtility::CMsgQueueSender::REPLY stuReply;
-        return objSender.Send(vecRequest.data(), vecRequest.size(), 30000, stuReply);
-    });
-    orvtest::WaitServingEvents([&] { return reply.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
-    // The loop has ended without an answer; the sender finds no receiver.
-    EXPECT_EQ(OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER, reply.get());
-    objThread.Join();
-    EXPECT_EQ(-1, objThread.GetLoopResult());
+    auto send = [&strName](std::vector<uint8_t> vecRequest) {
+        auto reply = std::async(std::launch::async, [&strName, vecRequest]() {
+            OrvUtility::CMsgQueueSender objSender(strName);
+            OrvUtility::CMsgQueueSender::REPLY stuReply;
+            const auto eResult = objSender.Send(vecRequest.data(), vecRequest.size(), 30000, stuReply);
+            return std::make_pair(eResult, stuReply);
+        });
+        orvtest::WaitServingEvents(
+            [&] { return reply.wait_for(std::chrono::seconds(0)) == std::future_status::ready; });
+        return reply.get();
+    };
+    // The Cancel button's answer: result 1 and both ids empty.
+    std::vector<uint8_t> vecCancelled(44, 0);
+    vecCancelled[0] = 1;
+
+    // Four bytes (below the smallest request: out of range), then no printers
+    // and no projects with one byte too many (a format error).
+    for (const std::vector<uint8_t>& vecRequest : {std::vector<uint8_t>(4, 0), std::vector<uint8_t>(9, 0)}) {
+        const auto result = send(vecRequest);
+        ASSERT_EQ(OrvUtility::CMsgQueueSender::SEND_ANSWERED, result.first) << vecRequest.size();
+        EXPECT_EQ(0u, result.second.uiResultCode);
+        EXPECT_EQ(44u, result.second.uiResponseLength);
+        EXPECT_EQ(vecCancelled, result.second.vecResponse);
+        EXPECT_TRUE(IsServing(strName));
+    }
     EXPECT_EQ(0, iDialogs.load());
+
+    // The next request is shown and answered as usual.
+    const auto result = send(OnePrinterRequest());
+    ASSERT_EQ(OrvUtility::CMsgQueueSender::SEND_ANSWERED, result.first);
+    EXPECT_EQ(0u, result.second.uiResultCode);
+    EXPECT_EQ(44u, result.second.uiResponseLength);
+    EXPECT_EQ(u"P1", ReplyId(result.second, 4));
+    EXPECT_EQ(u"J1", ReplyId(result.second, 24));
+    EXPECT_EQ(1, iDialogs.load());
+
+    objThread.ForceQuit();
+    objThread.Join();
+    EXPECT_EQ(6, objThread.GetLoopResult());
     EXPECT_FALSE(IsServing(strName));
     if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("throw CJobOptionDataException(CJobOptionDataException::OUT_OF_RANGE)"));
         EXPECT_TRUE(cap.Contains("throw CJobOptionDataException(CJobOptionDataException::FORMAT_ERROR)"));
+        EXPECT_EQ(1, cap.Count(") : catched exception, code = 2. The request is answered as cancelled."));
+        EXPECT_EQ(1, cap.Count(") : catched exception, code = 3. The request is answered as cancelled."));
+        EXPECT_EQ(1, cap.Count("INFO - User clicked OK, orvprintD dialog closed."));
     }
 }

@@ -90,16 +90,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pbyData, size_t uiSize)
         strProject = strPrinter.substr(uiSplit + 1);
         strPrinter.erase(uiSplit);
     }
-    // Known and open (docs/SECURITY.md, open items): a record that ends
-    // inside an escaped "%%" leaves a lone "%" at the end of log4cpp's
-    // format, and log4cpp's formatter then grows its buffer without end.
-    // That happens when the record is cut at its 800-byte buffer, and when
-    // the C library stops converting a name for "%S" (an unpaired
-    // surrogate). Until the facade trims such a "%", the names are kept
-    // short enough that no INFO record is cut (100 units, at most 3 bytes
-    // each, 2 for a "%"), and names that cannot be converted are not put
-    // into the INFO record; lift both with the fix.
-    const size_t MAX_NAME_UNITS = 100;
+    // A request's name field holds up to 1023 units and a terminator. Such a
+    // name, escaped, is longer than a record: records are cut, and a cut (or
+    // a name the C library cannot convert) can fall inside an escaped "%%".
+    const size_t MAX_NAME_UNITS = 1023;
     strPrinter.resize(std::min(strPrinter.size(), MAX_NAME_UNITS));
     strProject.resize(std::min(strProject.size(), MAX_NAME_UNITS));
 
@@ -107,10 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* pbyData, size_t uiSize)
 
     // The dialog's INFO record of the user's choice.
     Pop();
-    if (Convertible(strPrinter) && Convertible(strProject)) {
-        ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S",
-                           Language::EscapePercent(strPrinter).c_str(), Language::EscapePercent(strProject).c_str());
-    }
+    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S",
+                       Language::EscapePercent(strPrinter).c_str(), Language::EscapePercent(strProject).c_str());
     const std::string strInfo = Pop();
     if (Printable(strPrinter) && Printable(strProject)) {
         const std::string strMessage = "Selected printer : " + Language::Utf8FromWide(strPrinter) +

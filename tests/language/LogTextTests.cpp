@@ -82,3 +82,42 @@ TEST(LogTextTest, ParameterTextWithEscapedValueIsLoggedLiterally)
     EXPECT_TRUE(cap.Contains("] Param - LogTextTest::Param([stuPrinterInfo] = {szPrinterName = %s%n%s}, )"))
         << cap.Text();
 }
+
+// Records are cut at their buffer's end, and the C library stops converting
+// a name at a character it cannot write. Either can leave one "%" of an
+// escaped "%%" at the end of the record; each call must still return and
+// write its record, with the names' "%" signs coming out single.
+TEST(LogTextTest, RecordsThatStopInsideAnEscapedPercentAreWritten)
+{
+    orvtest::LogCapture cap;
+    // Runs of "%" longer than a record, starting at both parities of the cut.
+    const std::vector<std::wstring> vecNames = {std::wstring(1023, L'%'), L"a" + std::wstring(1022, L'%'),
+                                                L"%%%" + std::wstring(1, static_cast<wchar_t>(0xD800))};
+    for (const std::wstring& strName : vecNames) {
+        ORV_TRACE_SCOPE("LogTextTest::Cut");
+        ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", EscapePercent(strName).c_str(),
+                           EscapePercent(std::wstring(L"P")).c_str());
+    }
+    if (!cap.Available()) {
+        GTEST_SKIP() << "logging is built disabled here";
+    }
+    const std::string strMarker = "] INFO - Selected printer : ";
+    std::vector<std::string> vecRecords;
+    for (const std::string& strLine : cap.Lines()) {
+        const size_t uiAt = strLine.find(strMarker);
+        if (uiAt != std::string::npos) {
+            vecRecords.push_back(strLine.substr(uiAt + strMarker.size()));
+        }
+    }
+    ASSERT_EQ(3u, vecRecords.size()) << cap.Text();
+    // The record buffer holds 799 bytes: about half of them are the escaped
+    // run, which comes out as single "%" signs.
+    EXPECT_GT(vecRecords[0].size(), 300u);
+    EXPECT_EQ(std::string::npos, vecRecords[0].find_first_not_of('%')) << vecRecords[0];
+    ASSERT_FALSE(vecRecords[1].empty());
+    EXPECT_EQ('a', vecRecords[1][0]);
+    EXPECT_GT(vecRecords[1].size(), 300u);
+    EXPECT_EQ(std::string::npos, vecRecords[1].find_first_not_of('%', 1)) << vecRecords[1];
+    // The C library writes nothing of a name it cannot convert and stops there.
+    EXPECT_EQ("", vecRecords[2]);
+}

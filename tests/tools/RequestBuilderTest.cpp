@@ -71,3 +71,15 @@ TEST(RequestBuilderTest, ListLimits)
         EXPECT_STREQ("printers: at most 100 entries, has 101", e.what());
     }
 }
+
+TEST(RequestBuilderTest, NumbersTooLargeForADoubleAreNotValidJson)
+{
+    for (const char* szJson : {"1e938", R"({"printers":[{"id":"P","name":"N","status":1e400}]})"}) {
+        try {
+            BuildRequestFromJson(szJson);
+            ADD_FAILURE() << szJson << " was accepted";
+        } catch (const CRequestError& e) {
+            EXPECT_EQ(0u, std::string(e.what()).find("not valid JSON (")) << e.what();
+        }
+    }
+}

@@ -18,7 +18,9 @@ CMsgQueueSender::REPLY Reply(uint32_t uiResultCode, uint64_t uiLength, int32_t i
     std::memcpy(abyFull, &iResult, 4);
     std::memcpy(abyFull + 4, szPrinter, std::char_traits<char16_t>::length(szPrinter) * 2);
     std::memcpy(abyFull + 24, szProject, std::char_traits<char16_t>::length(szProject) * 2);
-    std::memcpy(stuReply.vecResponse.data(), abyFull, stuReply.vecResponse.size());
+    if (!stuReply.vecResponse.empty()) {
+        std::memcpy(stuReply.vecResponse.data(), abyFull, stuReply.vecResponse.size());
+    }
     return stuReply;
 }
 

@@ -186,6 +186,26 @@ TEST_F(ClientInfoTest, FirstWriteCreatesTheFile)
     EXPECT_EQ(L"Project A", back.szDefaultProject);
 }
 
+TEST_F(ClientInfoTest, NamesAreWrittenUpToTheirFirstLineBreak)
+{
+    // A name with line breaks would otherwise add a section of its own before
+    // the real one, and that is the one the readers find.
+    PutConfig("[ServerConfig]\nAuditInstalled=0\n");
+    CLIENT_SETTING setting{1, 0, 1, L"Evil\r\n[ServerConfig]\r\nAuditInstalled=1", L"Project\nA\rB"};
+    ASSERT_EQ(0u, WriteClientSetting(setting));
+    CLIENT_SETTING back;
+    ASSERT_EQ(0u, ReadClientSetting(back));
+    EXPECT_EQ(L"Evil", back.szDefaultPrinter);
+    EXPECT_EQ(L"Project", back.szDefaultProject);
+    SERVER_CONFIG config{};
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0, config.blAuditInstall);
+    setting.szDefaultPrinter = L"\rLeading";
+    ASSERT_EQ(0u, WriteClientSetting(setting));
+    ASSERT_EQ(0u, ReadClientSetting(back));
+    EXPECT_EQ(L"", back.szDefaultPrinter);
+}
+
 TEST_F(ClientInfoTest, WritesAllFiveInOrderAndLeavesServerConfig)
 {
     PutConfig(EXAMPLE);
@@ -301,5 +321,14 @@ TEST(ClientInfoTextTest, ClientSettingDump)
     CLIENT_SETTING setting{7, 0, 1, L"Printer on floor 3", L"Project A"};
     EXPECT_EQ("{,bDisplayProjectSelection = 7,bCanSelectNoPrinter = 0,bCanSelectNoProject = 1,"
               "szDefaultPrinter = Printer on floor 3,szDefaultProject = Project A}",
+              paramtrace::ValueText<CLIENT_SETTING>::Text(setting));
+}
+
+TEST(ClientInfoTextTest, ClientSettingDumpDoublesPercentSigns)
+{
+    // The names came from requests; the dump is formatted once more.
+    CLIENT_SETTING setting{1, 0, 1, L"%s%s%n", L"100% %99999999999d"};
+    EXPECT_EQ("{,bDisplayProjectSelection = 1,bCanSelectNoPrinter = 0,bCanSelectNoProject = 1,"
+              "szDefaultPrinter = %%s%%s%%n,szDefaultProject = 100%% %%99999999999d}",
               paramtrace::ValueText<CLIENT_SETTING>::Text(setting));
 }

@@ -112,7 +112,8 @@ std::string BuildRequestFromJson(const std::string& strJsonUtf8)
     Json jRoot;
     try {
         jRoot = Json::parse(strJsonUtf8);
-    } catch (const Json::parse_error& e) {
+    } catch (const Json::exception& e) {
+        // Syntax errors, and numbers too large for a double (out_of_range).
         throw CRequestError(std::string("not valid JSON (") + e.what() + ")");
     }
     CheckKeys(jRoot, "(top level)", {"printers", "projects"});

@@ -8,6 +8,7 @@
 #include <unistd.h>
 #include "utility/posix/NamedObjectPath.h"
 #include "utility/posix/NamedObjectTable.h"
+#include "utility/posix/SharedBlockFaultGuard.h"
 
 // A shared block is a regular file in the object's folder (for "Global\"
 // names the POSIX shared-memory object that shm_open("/NAME") opens), of
@@ -110,6 +111,7 @@ uint8_t* MapSharedBlock(NamedHandle hBlock, uint64_t uiSize)
     if (pView == MAP_FAILED) {
         return nullptr;
     }
+    GuardSharedBlockView(pView, static_cast<size_t>(uiSize));
     CViewTable& views = Views();
     std::lock_guard<std::mutex> lock(views.mtx);
     views.mapViews[pView] = static_cast<size_t>(uiSize);
@@ -130,7 +132,46 @@ int UnmapSharedBlock(void* pView)
         uiSize = it->second;
         views.mapViews.erase(it);
     }
+    UnguardSharedBlockView(pView);
     return munmap(pView, uiSize) == 0 ? 1 : 0;
+}
+
+bool IsSharedBlockViewBroken(void* pView)
+{
+    return TakeSharedBlockViewBroken(pView);
+}
+
+int RestoreSharedBlockView(NamedHandle hBlock, void* pView)
+{
+    std::shared_ptr<CNamedObjectEntry> pEntry = FindNamedObject(hBlock);
+    if (!pEntry || pEntry->eKind != CNamedObjectEntry::KIND_BLOCK) {
+        errno = EBADF;
+        return 0;
+    }
+    size_t uiSize = 0;
+    {
+        CViewTable& views = Views();
+        std::lock_guard<std::mutex> lock(views.mtx);
+        auto it = views.mapViews.find(pView);
+        if (it == views.mapViews.end()) {
+            errno = EINVAL;
+            return 0;
+        }
+        uiSize = it->second;
+    }
+    struct stat st;
+    if (fstat(pEntry->iFd, &st) != 0) {
+        return 0;
+    }
+    if (static_cast<uint64_t>(st.st_size) < uiSize && ftruncate(pEntry->iFd, static_cast<off_t>(uiSize)) != 0) {
+        return 0;
+    }
+    // Replaces the whole view in one step, private zero pages included.
+    if (mmap(pView, uiSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, pEntry->iFd, 0) == MAP_FAILED) {
+        return 0;
+    }
+    TakeSharedBlockViewBroken(pView);
+    return 1;
 }
 
 } // namespace OrvUtility

@@ -28,4 +28,14 @@ int UnmapSharedBlock(void* pView)
     return UnmapViewOfFile(pView);
 }
 
+bool IsSharedBlockViewBroken(void*)
+{
+    return false;
+}
+
+int RestoreSharedBlockView(NamedHandle, void*)
+{
+    return 1;
+}
+
 } // namespace OrvUtility

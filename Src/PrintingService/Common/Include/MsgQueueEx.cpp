@@ -151,6 +151,18 @@ uint32_t CMsgQueueEx::RecvMsg(MsgHandler handler)
         uint64_t uiResponseLength = m_uiResponseCapacity;
         handler(m_pbyBuffer + layout.RequestOffset(), uiRequestLength, m_pbyBuffer + layout.ResponseOffset(),
                 uiResponseLength);
+        if (IsSharedBlockViewBroken(m_pbyBuffer)) {
+            // The block was cut short while the request was read or answered:
+            // what was read is not the request, and the answer went to pages
+            // no one else sees. The block gets its size back, and the sender
+            // is released with an empty answer.
+            ORV_LOG_ERROR("%s(%d) : %s", "The shared block was cut short while a request was served.");
+            if (!RestoreSharedBlockView(m_hMapFile, m_pbyBuffer)) {
+                const uint32_t dwErr = Language::GetLastPlatformError();
+                ORV_LOG_ERROR("%s(%d) : GetLastError() = %u", dwErr);
+            }
+            uiResponseLength = 0;
+        }
         WriteU64(m_pbyBuffer + layout.ResponseLengthOffset(), uiResponseLength);
         WriteU32(m_pbyBuffer + layout.ResultCodeOffset(), CMsgQueueLayout::RESULT_SERVED);
         uiCode = RECV_SERVED;

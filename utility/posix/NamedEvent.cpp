@@ -32,6 +32,9 @@ bool ConsumeSignal(const CNamedObjectEntry& entry)
         const ssize_t n = read(entry.iFd, abyDrain, sizeof(abyDrain));
         if (n > 0) {
             bSignalled = true;
+            if (static_cast<size_t>(n) < sizeof(abyDrain)) {
+                break; // a short read has emptied the FIFO
+            }
             continue;
         }
         if (n < 0 && errno == EINTR) {

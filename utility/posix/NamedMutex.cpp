@@ -127,28 +127,4 @@ int ReleaseNamedMutex(NamedHandle hMutex)
     return pCore->Release() ? 1 : 0;
 }
 
-NamedMutexState ProbeNamedMutex(const std::wstring& strName)
-{
-    CNamedObjectLocation location;
-    if (!LocateNamedObject(strName, location)) {
-        return NAMED_MUTEX_PROBE_FAILED;
-    }
-    // A descriptor of its own: its flock conflicts with every other holder,
-    // this process's cores included.
-    const int iFd = OpenNamedObjectFile(location, NAMED_FILE_REGULAR, false, 0, true, nullptr);
-    if (iFd < 0) {
-        return errno == ENOENT ? NAMED_MUTEX_ABSENT : NAMED_MUTEX_PROBE_FAILED;
-    }
-    NamedMutexState eState = NAMED_MUTEX_FREE;
-    if (flock(iFd, LOCK_EX | LOCK_NB) != 0) {
-        eState = (errno == EWOULDBLOCK) ? NAMED_MUTEX_OWNED : NAMED_MUTEX_PROBE_FAILED;
-    } else {
-        flock(iFd, LOCK_UN);
-    }
-    const int iErr = errno;
-    close(iFd);
-    errno = iErr;
-    return eState;
-}
-
 } // namespace OrvUtility

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <sys/file.h>
 #include <unistd.h>
 #include "utility/NamedObject.h"
@@ -59,18 +60,31 @@ CNamedMutexCore::~CNamedMutexCore()
     }
 }
 
+// The record is one line of a fixed width: the owner's pid, padded with
+// blanks. A release blanks the pid out and the file keeps its length, so
+// that taking and giving back the mutex does not give a page of the file
+// back and take a new one each time.
+namespace {
+const size_t OWNER_RECORD_CHARS = 16;
+}
+
 void CNamedMutexCore::WriteOwnerRecord()
 {
-    const std::string strRecord = std::to_string(static_cast<long>(getpid())) + "\n";
-    if (ftruncate(m_iFd, 0) == 0) {
-        (void)!pwrite(m_iFd, strRecord.data(), strRecord.size(), 0);
-    }
+    char szRecord[OWNER_RECORD_CHARS + 1];
+    snprintf(szRecord, sizeof(szRecord), "%-15ld\n", static_cast<long>(getpid()));
+    (void)!pwrite(m_iFd, szRecord, OWNER_RECORD_CHARS, 0);
+}
+
+void CNamedMutexCore::BlankOwnerRecord()
+{
+    const char szBlank[OWNER_RECORD_CHARS + 1] = "               \n";
+    (void)!pwrite(m_iFd, szBlank, OWNER_RECORD_CHARS, 0);
 }
 
 bool CNamedMutexCore::HasOwnerRecord() const
 {
-    char abyRecord[32];
-    return pread(m_iFd, abyRecord, sizeof(abyRecord), 0) > 0;
+    char byFirst = 0;
+    return pread(m_iFd, &byFirst, 1, 0) == 1 && byFirst >= '0' && byFirst <= '9';
 }
 
 uint32_t CNamedMutexCore::Acquire(uint32_t uiTimeoutMs)
@@ -148,7 +162,7 @@ bool CNamedMutexCore::Release()
             return true;
         }
         if (m_iFd >= 0) {
-            (void)!ftruncate(m_iFd, 0);
+            BlankOwnerRecord();
             flock(m_iFd, LOCK_UN);
         }
         m_bOwned = false;

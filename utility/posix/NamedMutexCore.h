@@ -12,8 +12,8 @@ namespace OrvUtility {
 // Threads of the process exclude each other here (with recursion for the
 // owning thread, as the kernel's mutex); processes exclude each other by
 // flock on the one lock file descriptor of the core. While owned, the lock
-// file holds the owner's process id; a clean release empties it, so a
-// non-empty record found by the next owner marks the mutex abandoned.
+// file's first line holds the owner's process id; a clean release blanks it,
+// so a process id found by the next owner marks the mutex abandoned.
 class CNamedMutexCore {
 public:
     // iFd: the lock file (owned), or -1 for an unnamed mutex.
@@ -36,7 +36,9 @@ public:
     int GetFd() const { return m_iFd; }
 
 private:
+    // The holder's pid, written over the first line; blanked on release.
     void WriteOwnerRecord();
+    void BlankOwnerRecord();
     bool HasOwnerRecord() const;
 
     std::string m_strKey;

@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -244,9 +245,30 @@ TEST_F(NamedObjectFileTest, AbandonedRecordHoldsTheOwnersPid)
     const std::string strBase = Base("Record");
     NamedHandle hMutex = CreateNamedMutex(Global(strBase).c_str(), true, EVERYONE_MUTEX_ALL_ACCESS);
     ASSERT_NE(nullptr, hMutex);
-    EXPECT_EQ(std::to_string(getpid()) + "\n", orvtest::ReadWholeFile(m_shared.File(strBase)));
+    // One line of 16 characters: the pid padded with blanks, then blanks.
+    std::string strRecord = std::to_string(getpid());
+    strRecord.resize(15, ' ');
+    EXPECT_EQ(strRecord + "\n", orvtest::ReadWholeFile(m_shared.File(strBase)));
     ReleaseNamedMutex(hMutex);
-    EXPECT_EQ("", orvtest::ReadWholeFile(m_shared.File(strBase)));
+    EXPECT_EQ(std::string(15, ' ') + "\n", orvtest::ReadWholeFile(m_shared.File(strBase)));
+    // Taken again: the record is written over the blank line.
+    ASSERT_EQ(NAMED_WAIT_OBJECT_0, WaitNamedMutex(hMutex, 0));
+    EXPECT_EQ(strRecord + "\n", orvtest::ReadWholeFile(m_shared.File(strBase)));
+    ReleaseNamedMutex(hMutex);
+    CloseNamedObject(hMutex);
+}
+
+TEST_F(NamedObjectFileTest, RecordOfAnEarlierFormatMarksTheMutexAbandoned)
+{
+    // A dead holder's record as a bare "pid\n", and an empty file.
+    const std::string strBase = Base("OldRecord");
+    std::ofstream(m_shared.File(strBase), std::ios::binary) << "4242\n";
+    NamedHandle hMutex = CreateNamedMutex(Global(strBase).c_str(), false, EVERYONE_MUTEX_ALL_ACCESS);
+    ASSERT_NE(nullptr, hMutex);
+    EXPECT_EQ(NAMED_WAIT_ABANDONED_0, WaitNamedMutex(hMutex, 0));
+    ReleaseNamedMutex(hMutex);
+    EXPECT_EQ(NAMED_WAIT_OBJECT_0, WaitNamedMutex(hMutex, 0));
+    ReleaseNamedMutex(hMutex);
     CloseNamedObject(hMutex);
 }
 

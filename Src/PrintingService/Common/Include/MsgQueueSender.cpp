@@ -34,6 +34,7 @@ CMsgQueueSender::CMsgQueueSender(const std::wstring& strBaseName, uint64_t uiReq
                                  uint64_t uiResponseCapacity)
     : m_layout(uiRequestCapacity, uiResponseCapacity)
     , m_strExistenceMutexName(CMsgQueueLayout::ExistenceMutexName(strBaseName))
+    , m_objExistenceProbe(m_strExistenceMutexName)
     , m_hMapFile(nullptr)
     , m_pbyBuffer(nullptr)
     , m_hEventSend(nullptr)
@@ -88,7 +89,7 @@ bool CMsgQueueSender::IsOpen() const
 
 bool CMsgQueueSender::IsReceiverPresent() const
 {
-    return ProbeNamedMutex(m_strExistenceMutexName) == NAMED_MUTEX_OWNED;
+    return m_objExistenceProbe.Probe() == NAMED_MUTEX_OWNED;
 }
 
 // Waits for the response event in slices, so that a receiver that went away
@@ -154,7 +155,7 @@ CMsgQueueSender::SendResult CMsgQueueSender::Send(const uint8_t* pbyRequest, uin
         ~CReleaseOnExit() { ReleaseNamedMutex(hMutex); }
     } releaseOnExit{m_hSenderMutex};
 
-    const NamedMutexState eReceiver = ProbeNamedMutex(m_strExistenceMutexName);
+    const NamedMutexState eReceiver = m_objExistenceProbe.Probe();
     if (eReceiver == NAMED_MUTEX_PROBE_FAILED) {
         const uint32_t dwErr = Language::GetLastPlatformError();
         ORV_LOG_ERROR("%s(%d) : GetLastError() = %u", dwErr);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 #include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
+#include "utility/NamedMutexProbe.h"
 #include "utility/NamedObject.h"
 
 namespace OrvUtility {
@@ -64,6 +65,8 @@ private:
 
     CMsgQueueLayout m_layout;
     std::wstring m_strExistenceMutexName;
+    // The test for a receiver, made on every request.
+    mutable CNamedMutexProbe m_objExistenceProbe;
     NamedHandle m_hMapFile;
     uint8_t* m_pbyBuffer;
     NamedHandle m_hEventSend;

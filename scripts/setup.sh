@@ -10,7 +10,7 @@ PACKAGES=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   fonts-wqy-microhei xvfb xdotool x11-apps imagemagick
   g++-mingw-w64-x86-64-posix wine64 wine
-  clang
+  clang libclang-rt-14-dev
 )
 
 missing=()

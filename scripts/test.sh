@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything (Linux and Windows cross build) and runs every test:
 # Linux tests natively, Windows tests under Wine (headless, Xvfb where a
-# window is needed). Prints one summary line per build and a total line;
-# exits non-zero on any failure.
+# window is needed); then replays the fuzz corpora and runs the Linux tests
+# under the sanitizers (clang). Prints one summary line per build and a total
+# line; exits non-zero on any failure.
 set -uo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -86,6 +87,31 @@ if [ $win_ok -eq 1 ]; then
   wineserver -k >/dev/null 2>&1 || true
 else
   summary+=("windows: build failed")
+fi
+
+# Reliability (Linux, clang): every fuzz harness replays its corpus, the
+# Linux tests run under AddressSanitizer + UndefinedBehaviorSanitizer, and
+# the thread, lock, queue, logging and popup-thread tests under
+# ThreadSanitizer. ORV_TEST_SANITIZERS=0 leaves them out of a local run.
+if [ "${ORV_TEST_SANITIZERS:-1}" != 0 ]; then
+  echo "== fuzz: build and replay the corpora"
+  fuzz_log=$build_root/fuzz.replay.log
+  ORV_BUILD_ROOT=$build_root "$root/scripts/fuzz.sh" replay >"$fuzz_log" 2>&1; rc=$?
+  sed 's/^/   /' "$fuzz_log" | grep -v "^   fuzz replay:"
+  [ $rc -ne 0 ] && status=1
+  line=$(grep '^fuzz replay:' "$fuzz_log" | tail -1)
+  summary+=("${line:-fuzz replay: build failed}")
+
+  for mode in asan tsan; do
+    rm -rf "$build_root/$mode/test-results"
+    ORV_BUILD_ROOT=$build_root "$root/scripts/sanitizers.sh" $mode; rc=$?
+    [ $rc -ne 0 ] && status=1
+    if [ -d "$build_root/$mode/test-results" ]; then
+      summary+=("$(summarize $mode "$build_root/$mode" $rc)")
+    else
+      summary+=("$mode: build failed")
+    fi
+  done
 fi
 
 # Totals (recomputed here: the summaries above ran in subshells).

@@ -16,6 +16,15 @@ export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-"mscoree,mshtml=;winemenubuilder.exe=d"}
 "$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX"
 
+# A program that shows windows needs a session whose desktop was made with a
+# display. A session that a program without one left behind (it lingers for
+# a few seconds) would be reused without a display driver: end it first.
+# Tests run one after the other, so no other program is using it.
+if [ -n "${DISPLAY:-}" ]; then
+  wineserver -k >/dev/null 2>&1 || true
+  wineserver -w >/dev/null 2>&1 || true
+fi
+
 # A gtest report path is a Unix path: give the Windows program its Wine form,
 # and make its folder, which gtest does not create there.
 args=()

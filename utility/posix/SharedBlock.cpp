@@ -29,6 +29,24 @@ CViewTable& Views()
     return *s_pViews;
 }
 
+// The size of a view this module mapped, taken out of the table when
+// bRemove; EINVAL for any other address.
+bool FindView(void* pView, size_t& uiSize, bool bRemove)
+{
+    CViewTable& views = Views();
+    std::lock_guard<std::mutex> lock(views.mtx);
+    auto it = views.mapViews.find(pView);
+    if (it == views.mapViews.end()) {
+        errno = EINVAL;
+        return false;
+    }
+    uiSize = it->second;
+    if (bRemove) {
+        views.mapViews.erase(it);
+    }
+    return true;
+}
+
 std::string SizeText(uint64_t uiActual, uint64_t uiExpected)
 {
     return "its size is " + std::to_string(uiActual) + " bytes, not " + std::to_string(uiExpected) + ".";
@@ -121,16 +139,8 @@ uint8_t* MapSharedBlock(NamedHandle hBlock, uint64_t uiSize)
 int UnmapSharedBlock(void* pView)
 {
     size_t uiSize = 0;
-    {
-        CViewTable& views = Views();
-        std::lock_guard<std::mutex> lock(views.mtx);
-        auto it = views.mapViews.find(pView);
-        if (it == views.mapViews.end()) {
-            errno = EINVAL;
-            return 0;
-        }
-        uiSize = it->second;
-        views.mapViews.erase(it);
+    if (!FindView(pView, uiSize, true)) {
+        return 0;
     }
     UnguardSharedBlockView(pView);
     return munmap(pView, uiSize) == 0 ? 1 : 0;
@@ -149,15 +159,8 @@ int RestoreSharedBlockView(NamedHandle hBlock, void* pView)
         return 0;
     }
     size_t uiSize = 0;
-    {
-        CViewTable& views = Views();
-        std::lock_guard<std::mutex> lock(views.mtx);
-        auto it = views.mapViews.find(pView);
-        if (it == views.mapViews.end()) {
-            errno = EINVAL;
-            return 0;
-        }
-        uiSize = it->second;
+    if (!FindView(pView, uiSize, false)) {
+        return 0;
     }
     struct stat st;
     if (fstat(pEntry->iFd, &st) != 0) {

@@ -1,0 +1,290 @@
+#pragma once
+
+// The private machine of the end-to-end tests and their helpers: OrvprintD,
+// its client tool and the sending side as separate processes, a request
+// built the way the printing service builds it, the dialog found and
+// answered with xdotool.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <future>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+#include <climits>
+#include <csignal>
+#include <dirent.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Src/Common/include/JobOptionData.h"
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "language/TextConvert.h"
+#include "support/ChildProcess.h"
+#include "support/TempFolder.h"
+#include "utility/NamedMutex.h"
+
+namespace orvtest {
+namespace e2e {
+
+inline const char* const DIALOG_TITLE = "请选择打印选项";
+inline const std::wstring EXISTENCE_MUTEX = L"Global\\Orvprint_Popup_Dialog_MUTEX_EXISTANCE";
+inline const std::wstring INSTANCE_MUTEX = L"Global\\{05D73725-23EF-4104-92F1-CE15A4115D6A}";
+
+inline std::string BinPath(const char* szName)
+{
+    return std::string(ORV_BIN_DIR) + "/" + szName;
+}
+
+// Runs a shell command and returns what it printed (first line, trimmed).
+inline std::string Capture(const std::string& strCommand)
+{
+    std::string strOut;
+    FILE* pPipe = popen(strCommand.c_str(), "r");
+    if (!pPipe) return strOut;
+    std::array<char, 256> buf{};
+    while (fgets(buf.data(), static_cast<int>(buf.size()), pPipe)) strOut += buf.data();
+    pclose(pPipe);
+    const size_t uiEnd = strOut.find('\n');
+    if (uiEnd != std::string::npos) strOut.resize(uiEnd);
+    return strOut;
+}
+
+// Process ids whose executable is exactly strPath.
+inline std::vector<pid_t> ProcessesOf(const std::string& strPath)
+{
+    std::vector<pid_t> vecPids;
+    DIR* pDir = opendir("/proc");
+    if (!pDir) return vecPids;
+    while (dirent* pEntry = readdir(pDir)) {
+        const pid_t pid = static_cast<pid_t>(std::atoi(pEntry->d_name));
+        if (pid <= 0) continue;
+        char szExe[PATH_MAX] = {0};
+        const std::string strLink = std::string("/proc/") + pEntry->d_name + "/exe";
+        const ssize_t n = readlink(strLink.c_str(), szExe, sizeof(szExe) - 1);
+        if (n > 0 && std::string(szExe, n) == strPath) vecPids.push_back(pid);
+    }
+    closedir(pDir);
+    return vecPids;
+}
+
+// Waits (bounded) for a condition that another process makes true.
+template <class F>
+inline bool WaitFor(F fnCondition, std::chrono::milliseconds timeout = std::chrono::seconds(30))
+{
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!fnCondition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+inline void CopyText(char16_t* pDest, size_t uiChars, const std::wstring& strText)
+{
+    const std::u16string str = Language::Utf16FromWide(strText);
+    const size_t n = std::min(str.size(), uiChars - 1);
+    std::copy(str.begin(), str.begin() + n, pDest);
+    pDest[n] = 0;
+}
+
+struct Printer {
+    std::wstring strId, strName, strComment;
+    int32_t iStatus;
+};
+
+inline std::vector<uint8_t> BuildRequest(const std::vector<Printer>& vecPrinters,
+                                  const std::vector<std::pair<std::wstring, std::wstring>>& vecProjects)
+{
+    std::vector<uint8_t> vec;
+    auto append = [&vec](const void* p, size_t n) {
+        const uint8_t* pby = static_cast<const uint8_t*>(p);
+        vec.insert(vec.end(), pby, pby + n);
+    };
+    const int32_t iPrinters = static_cast<int32_t>(vecPrinters.size());
+    append(&iPrinters, 4);
+    for (const Printer& p : vecPrinters) {
+        CJobOptionData::PRINTER_INFO info;
+        std::memset(&info, 0, sizeof(info));
+        CopyText(info.szPrinterId, 20, p.strId);
+        CopyText(info.szPrinterName, 1024, p.strName);
+        CopyText(info.szComment, 1024, p.strComment);
+        info.iStatus = p.iStatus;
+        info.iMaxPagesPerJob = 100;
+        info.iPageTotal = 7;
+        info.iPrintTaskTotal = 1;
+        append(&info, sizeof(info));
+    }
+    const int32_t iProjects = static_cast<int32_t>(vecProjects.size());
+    append(&iProjects, 4);
+    for (const auto& pr : vecProjects) {
+        CJobOptionData::PROJECT_INFO info;
+        std::memset(&info, 0, sizeof(info));
+        CopyText(info.szProjectId, 20, pr.first);
+        CopyText(info.szProjectName, 1024, pr.second);
+        append(&info, sizeof(info));
+    }
+    return vec;
+}
+
+inline std::wstring ReplyId(const OrvUtility::CMsgQueueSender::REPLY& reply, size_t uiOffset)
+{
+    std::u16string str;
+    for (size_t i = uiOffset; i + 1 < reply.vecResponse.size() && i < uiOffset + 20; i += 2) {
+        const char16_t c = static_cast<char16_t>(reply.vecResponse[i] | (reply.vecResponse[i + 1] << 8));
+        if (!c) break;
+        str.push_back(c);
+    }
+    return Language::WideFromUtf16(str.c_str(), str.size());
+}
+
+inline int32_t ReplyResult(const OrvUtility::CMsgQueueSender::REPLY& reply)
+{
+    int32_t i = -1;
+    if (reply.vecResponse.size() >= 4) std::memcpy(&i, reply.vecResponse.data(), 4);
+    return i;
+}
+
+inline std::string CurrentUser()
+{
+    struct passwd* pw = getpwuid(geteuid());
+    return pw ? pw->pw_name : "";
+}
+
+// A private machine for one test: machine registry, client folders,
+// Config.ini, LogConfig.conf, the CUPS filter, shared-object and autostart
+// folders, all in a temporary folder and named through the environment that
+// OrvprintD inherits.
+class EndToEndTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (const char* szSub : {"install", "temp", "log", "shm", "xdg", "run", "cups", "cups/filter"}) {
+            mkdir(m_tmp.File(szSub).c_str(), 0700);
+        }
+        m_tmp.WriteFile("machine.ini", "[Software\\Orv-soft\\Client]\nInstallDir=" + m_tmp.File("install") +
+                                           "\nTempDir=" + m_tmp.File("temp") + "\n");
+        WriteConfigIni("DisplayProjectSelection=1\nCanSelectNoPrinter=0\nCanSelectNoProject=0\n");
+        WriteLogConfig("");
+        m_tmp.WriteFile("cups/filter/orvprint", "#!/bin/sh\nexec cat\n");
+        chmod(m_tmp.File("cups/filter/orvprint").c_str(), 0755);
+
+        setenv("ORVPRINT_MACHINE_CONFIG", m_tmp.File("machine.ini").c_str(), 1);
+        setenv("ORVPRINT_SHM_DIR", m_tmp.File("shm").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", m_tmp.File("xdg").c_str(), 1);
+        setenv("XDG_RUNTIME_DIR", m_tmp.File("run").c_str(), 1);
+        setenv("CUPS_SERVERBIN", m_tmp.File("cups").c_str(), 1);
+        setenv("QT_QPA_PLATFORM", "xcb", 1);
+        // The tests may run as root, which OrvprintD treats as the system account.
+        setenv("ORVPRINT_SYSTEM_ACCOUNT", "orvprint-test-system", 1);
+    }
+
+    void TearDown() override
+    {
+        if (m_pOrvprintD && m_pOrvprintD->IsRunning()) {
+            kill(static_cast<pid_t>(m_pOrvprintD->GetPid()), SIGTERM);
+            m_pOrvprintD->Wait();
+        }
+        for (pid_t pid : ProcessesOf(BinPath("OrvClientTool"))) kill(pid, SIGKILL);
+    }
+
+    void WriteConfigIni(const std::string& strSetting)
+    {
+        m_tmp.WriteFile("temp/Config.ini", "[Setting]\n" + strSetting + "\n[ServerConfig]\nAuditInstalled=1\n");
+    }
+
+    void WriteLogConfig(const std::string& strExtra)
+    {
+        m_tmp.WriteFile("install/LogConfig.conf",
+                        "log4cpp.rootCategory=ERROR\n"
+                        "log4cpp.category.OrvprintD_exe=DEBUG, file\n"
+                        "log4cpp.appender.file=org.apache.log4cpp.FileAppender\n"
+                        "log4cpp.appender.file.fileName=" + m_tmp.File("log/OrvprintD.log") + "\n"
+                        "log4cpp.appender.file.layout=org.apache.log4cpp.PatternLayout\n"
+                        "log4cpp.appender.file.layout.ConversionPattern=%m%n\n" + strExtra);
+    }
+
+    std::string Log() const { return orvtest::ReadWholeFile(m_tmp.File("log/OrvprintD.log")); }
+
+    bool IsServing() const
+    {
+        return OrvUtility::ProbeNamedMutex(EXISTENCE_MUTEX) == OrvUtility::NAMED_MUTEX_OWNED;
+    }
+
+    // Starts OrvprintD and waits until its receive loop holds the existence mutex.
+    void StartServing()
+    {
+        m_pOrvprintD = orvtest::ChildProcess::Start(BinPath("OrvprintD"), {});
+        ASSERT_TRUE(m_pOrvprintD);
+        ASSERT_TRUE(WaitFor([this] { return IsServing() || !m_pOrvprintD->IsRunning(); }));
+        ASSERT_TRUE(m_pOrvprintD->IsRunning()) << Log();
+    }
+
+    std::future<OrvUtility::CMsgQueueSender::REPLY> SendAsync(std::vector<uint8_t> vecRequest)
+    {
+        return std::async(std::launch::async, [vecRequest]() {
+            OrvUtility::CMsgQueueSender objSender;
+            OrvUtility::CMsgQueueSender::REPLY reply;
+            reply.uiResultCode = 0xFFFF;
+            if (objSender.Send(vecRequest.data(), vecRequest.size(), 60000, reply) !=
+                OrvUtility::CMsgQueueSender::SEND_ANSWERED) {
+                reply.uiResultCode = 0xEEEE;
+            }
+            return reply;
+        });
+    }
+
+    // Waits for the dialog to be mapped, then types a key into it.
+    void AnswerDialog(const char* szKey)
+    {
+        ASSERT_TRUE(AnswerDialogWithin(szKey)) << "no dialog on screen within 30 s\n" << Log();
+    }
+
+    // The visible dialog window's id, or "" when there is none now.
+    static std::string FindDialogWindow()
+    {
+        return Capture(std::string("xdotool search --onlyvisible --name '") + DIALOG_TITLE + "' 2>/dev/null");
+    }
+
+    // Waits (bounded) until the dialog is mapped; its window id, or "".
+    static std::string WaitForDialogWindow(std::chrono::milliseconds timeout = std::chrono::seconds(30))
+    {
+        std::string strWindow;
+        WaitFor([&strWindow] { return !(strWindow = FindDialogWindow()).empty(); }, timeout);
+        return strWindow;
+    }
+
+    // Waits (bounded) for the dialog, then types a key into it. False when
+    // no dialog came in time.
+    static bool AnswerDialogWithin(const char* szKey, std::chrono::milliseconds timeout = std::chrono::seconds(30))
+    {
+        const std::string strWindow = WaitForDialogWindow(timeout);
+        if (strWindow.empty()) return false;
+        Capture("timeout 10 xdotool windowfocus --sync " + strWindow + " 2>/dev/null");
+        Capture("timeout 10 xdotool key --clearmodifiers " + std::string(szKey));
+        return true;
+    }
+
+    orvtest::TempFolder m_tmp;
+    std::unique_ptr<orvtest::ChildProcess> m_pOrvprintD;
+};
+
+inline std::vector<Printer> TwoPrinters()
+{
+    return {{L"P-3F", L"三楼彩色打印机", L"A3 彩色", 0}, {L"P-5F", L"五楼黑白打印机", L"", 0}};
+}
+
+inline std::vector<std::pair<std::wstring, std::wstring>> TwoProjects()
+{
+    return {{L"J-01", L"年度审计项目"}, {L"J-02", L"市场推广"}};
+}
+
+} // namespace e2e
+} // namespace orvtest

@@ -1,6 +1,7 @@
 // The Win32 print-option dialog (template 102), shown for real on a thread of
 // its own as the popup thread shows it, and driven with window messages.
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -274,7 +275,15 @@ protected:
         });
         HWND hWnd = futureWindow.get();
         if (hWnd != nullptr) {
-            // Round trip through the dialog's modal loop: it is shown and painted.
+            // The hook runs in WM_INITDIALOG; the modal loop shows the dialog
+            // once its queue is first empty, which can come after a message
+            // sent from here. Wait (bounded) until it is shown, then round trip
+            // through the modal loop so that it is painted.
+            const auto tpDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+            while (!::IsWindowVisible(hWnd) && ::IsWindow(hWnd) && std::chrono::steady_clock::now() < tpDeadline) {
+                ::SendMessageW(hWnd, WM_NULL, 0, 0);
+                std::this_thread::yield();
+            }
             ::SendMessageW(hWnd, WM_NULL, 0, 0);
             ::RedrawWindow(hWnd, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN | RDW_FRAME);
             ::SendMessageW(hWnd, WM_NULL, 0, 0);

@@ -20,7 +20,7 @@ void OutputSwitchTable::Set(const std::string& strName, const std::string& strKe
     } else if (strKey == "OutputNDCFullmessage") {
         switches.bOutputNDCFullmessage = bValue;
     }
-    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
+    Changed();
 }
 
 int OutputSwitchTable::Get(const std::string& strName, OutputSwitches& switches) const
@@ -38,18 +38,28 @@ void OutputSwitchTable::Remove(const std::string& strName)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_mapSwitches.erase(strName);
-    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
+    Changed();
 }
 
 void OutputSwitchTable::Clear()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_mapSwitches.clear();
-    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
+    Changed();
 }
 
 size_t OutputSwitchTable::Size() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_mapSwitches.size();
+}
+
+void OutputSwitchTable::Changed()
+{
+    bool bAny = false;
+    for (const auto& entry : m_mapSwitches) {
+        bAny = bAny || entry.second.bOutputFunBeginInfo;
+    }
+    m_bAnyFunBeginInfo.store(bAny, std::memory_order_release);
+    m_uiVersion.fetch_add(1, std::memory_order_acq_rel);
 }

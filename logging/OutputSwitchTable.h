@@ -30,6 +30,9 @@ public:
     // Rises with every Set, Remove and Clear: a reader that keeps switches it
     // has looked up knows by it when they may have changed.
     uint64_t Version() const { return m_uiVersion.load(std::memory_order_acquire); }
+    // True when some name has OutputFunBeginInfo on. While none has, no trace
+    // scope writes begin and end lines, and a scope need not look its entry up.
+    bool AnyFunBeginInfo() const { return m_bAnyFunBeginInfo.load(std::memory_order_acquire); }
 
     OutputSwitchTable() = default;
     OutputSwitchTable(const OutputSwitchTable&) = delete;
@@ -39,4 +42,8 @@ private:
     mutable std::mutex m_mutex;
     std::map<std::string, OutputSwitches, std::less<>> m_mapSwitches;
     std::atomic<uint64_t> m_uiVersion{0};
+    std::atomic<bool> m_bAnyFunBeginInfo{false};
+
+    // After each change, under m_mutex.
+    void Changed();
 };

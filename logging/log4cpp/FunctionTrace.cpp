@@ -22,6 +22,9 @@ namespace {
 // from the thread's cache of resolved entries.
 void WriteScopeLine(const char* szSuffix)
 {
+    if (!OutputSwitchTable::Instance().AnyFunBeginInfo()) {
+        return; // no name asks for begin and end lines
+    }
     std::optional<ResolvedEntry> fallback;
     const ResolvedEntry& entry = ResolveCurrentEntry(fallback);
     // The enable test of the filter chain, then the category and its switch.
@@ -67,12 +70,7 @@ void TraceFunctionEnd()
     } catch (...) {
     }
     try {
-        if (ThreadNdcDepth() > 0) {
-            log4cpp::NDC::pop();
-            if (log4cpp::NDC::getDepth() == 0) {
-                ReleaseThreadNdc();
-            }
-        }
+        PopThreadNdc();
     } catch (...) {
     }
 }

@@ -79,6 +79,21 @@ bool ReadCurrentEntryView(std::string_view& entry)
     return CurrentTraceEntryView(strNdc, log4cpp::NDC::getDepth(), entry);
 }
 
+void PopThreadNdc()
+{
+    if (!MayHoldNdc()) {
+        return;
+    }
+    log4cpp::NDC& ndc = log4cpp::NDC::getNDC();
+    if (ndc._getDepth() == 0) {
+        return;
+    }
+    ndc._pop();
+    if (ndc._getDepth() == 0) {
+        ReleaseThreadNdc();
+    }
+}
+
 void ReleaseThreadNdc()
 {
     if (!MayHoldNdc()) {

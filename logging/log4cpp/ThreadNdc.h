@@ -17,6 +17,10 @@ bool ReadCurrentEntry(std::string& strEntry);
 // thread's next push or pop.
 bool ReadCurrentEntryView(std::string_view& entry);
 
+// Pops the innermost entry, if there is one; an NDC left empty is released
+// as by ReleaseThreadNdc. The thread's NDC object is looked up once.
+void PopThreadNdc();
+
 // Clears the thread's NDC and deletes its per-thread object, so that a thread
 // whose outermost scope has closed holds no logging memory. The next push
 // creates a fresh one.

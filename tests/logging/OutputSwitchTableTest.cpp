@@ -65,3 +65,22 @@ TEST(OutputSwitchTable, RemoveAndClear)
     EXPECT_EQ(-1, table.Get("b", s));
     EXPECT_EQ(0u, table.Size());
 }
+
+TEST(OutputSwitchTable, AnyFunBeginInfoFollowsEveryChange)
+{
+    OutputSwitchTable table;
+    EXPECT_FALSE(table.AnyFunBeginInfo());
+    table.Set("A", "OutputParam", true);
+    table.Set("B", "OutputFunBeginInfo", false);
+    EXPECT_FALSE(table.AnyFunBeginInfo());
+    table.Set("B", "OutputFunBeginInfo", true);
+    EXPECT_TRUE(table.AnyFunBeginInfo());
+    table.Set("C", "OutputFunBeginInfo", true);
+    table.Remove("B");
+    EXPECT_TRUE(table.AnyFunBeginInfo());
+    table.Set("C", "OutputFunBeginInfo", false);
+    EXPECT_FALSE(table.AnyFunBeginInfo());
+    table.Set("C", "OutputFunBeginInfo", true);
+    table.Clear();
+    EXPECT_FALSE(table.AnyFunBeginInfo());
+}

@@ -24,6 +24,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "e2e/EndToEndRequests.h"
 #include "Src/Common/include/JobOptionData.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
 #include "language/TextConvert.h"
@@ -85,71 +86,6 @@ inline bool WaitFor(F fnCondition, std::chrono::milliseconds timeout = std::chro
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
-}
-
-inline void CopyText(char16_t* pDest, size_t uiChars, const std::wstring& strText)
-{
-    const std::u16string str = Language::Utf16FromWide(strText);
-    const size_t n = std::min(str.size(), uiChars - 1);
-    std::copy(str.begin(), str.begin() + n, pDest);
-    pDest[n] = 0;
-}
-
-struct Printer {
-    std::wstring strId, strName, strComment;
-    int32_t iStatus;
-};
-
-inline std::vector<uint8_t> BuildRequest(const std::vector<Printer>& vecPrinters,
-                                  const std::vector<std::pair<std::wstring, std::wstring>>& vecProjects)
-{
-    std::vector<uint8_t> vec;
-    auto append = [&vec](const void* p, size_t n) {
-        const uint8_t* pby = static_cast<const uint8_t*>(p);
-        vec.insert(vec.end(), pby, pby + n);
-    };
-    const int32_t iPrinters = static_cast<int32_t>(vecPrinters.size());
-    append(&iPrinters, 4);
-    for (const Printer& p : vecPrinters) {
-        CJobOptionData::PRINTER_INFO info;
-        std::memset(&info, 0, sizeof(info));
-        CopyText(info.szPrinterId, 20, p.strId);
-        CopyText(info.szPrinterName, 1024, p.strName);
-        CopyText(info.szComment, 1024, p.strComment);
-        info.iStatus = p.iStatus;
-        info.iMaxPagesPerJob = 100;
-        info.iPageTotal = 7;
-        info.iPrintTaskTotal = 1;
-        append(&info, sizeof(info));
-    }
-    const int32_t iProjects = static_cast<int32_t>(vecProjects.size());
-    append(&iProjects, 4);
-    for (const auto& pr : vecProjects) {
-        CJobOptionData::PROJECT_INFO info;
-        std::memset(&info, 0, sizeof(info));
-        CopyText(info.szProjectId, 20, pr.first);
-        CopyText(info.szProjectName, 1024, pr.second);
-        append(&info, sizeof(info));
-    }
-    return vec;
-}
-
-inline std::wstring ReplyId(const OrvUtility::CMsgQueueSender::REPLY& reply, size_t uiOffset)
-{
-    std::u16string str;
-    for (size_t i = uiOffset; i + 1 < reply.vecResponse.size() && i < uiOffset + 20; i += 2) {
-        const char16_t c = static_cast<char16_t>(reply.vecResponse[i] | (reply.vecResponse[i + 1] << 8));
-        if (!c) break;
-        str.push_back(c);
-    }
-    return Language::WideFromUtf16(str.c_str(), str.size());
-}
-
-inline int32_t ReplyResult(const OrvUtility::CMsgQueueSender::REPLY& reply)
-{
-    int32_t i = -1;
-    if (reply.vecResponse.size() >= 4) std::memcpy(&i, reply.vecResponse.data(), 4);
-    return i;
 }
 
 inline std::string CurrentUser()
@@ -275,16 +211,6 @@ protected:
     orvtest::TempFolder m_tmp;
     std::unique_ptr<orvtest::ChildProcess> m_pOrvprintD;
 };
-
-inline std::vector<Printer> TwoPrinters()
-{
-    return {{L"P-3F", L"三楼彩色打印机", L"A3 彩色", 0}, {L"P-5F", L"五楼黑白打印机", L"", 0}};
-}
-
-inline std::vector<std::pair<std::wstring, std::wstring>> TwoProjects()
-{
-    return {{L"J-01", L"年度审计项目"}, {L"J-02", L"市场推广"}};
-}
 
 } // namespace e2e
 } // namespace orvtest

@@ -193,7 +193,14 @@ TEST(PopupThreadSoakTest, ManyRequestsLeaveHandlesAndMemoryWhereTheyWere)
     ASSERT_GT(stuFirst.iHandles, 0) << "the handle count could not be read";
     ASSERT_GE(stuFirst.iResidentBytes, 0) << "the resident size could not be read";
     EXPECT_EQ(stuFirst.iHandles, stuLast.iHandles);
+#if defined(ORV_SANITIZED)
+    // AddressSanitizer keeps freed memory in quarantine (up to 256 MB) by
+    // design: resident memory rises whatever the program does. Handles and
+    // descriptors are still compared.
+    (void)iGrowth;
+#else
     EXPECT_LT(iGrowth, RESIDENT_GROWTH_LIMIT);
+#endif
     if (cap.Available()) {
         EXPECT_EQ(iRequests, cap.Count("INFO - User clicked OK, orvprintD dialog closed."));
         EXPECT_EQ(0, cap.Count("ERROR - "));

@@ -145,6 +145,5 @@ TEST(RunCommandTest, StartsProgramWithArgumentsWithoutWaiting)
                                  L"\" --orv-child=RecordArguments \"" + Language::WideFromNarrow(strOut) +
                                  L"\" \"two words\" plain";
     Language::RunCommand(strLine);
-    ASSERT_TRUE(languagetest::WaitForFile(strOut)) << "the started program wrote nothing";
-    EXPECT_EQ(strOut + "\ntwo words\nplain\n", orvtest::ReadWholeFile(strOut));
+    EXPECT_EQ(strOut + "\ntwo words\nplain\n", languagetest::WaitForFileText(strOut));
 }

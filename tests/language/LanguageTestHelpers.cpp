@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace fs = std::filesystem;
@@ -34,6 +35,25 @@ bool WaitForFile(const std::string& strPath, int iTimeoutMs)
         }
         if (std::chrono::steady_clock::now() >= deadline) {
             return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+std::string WaitForFileText(const std::string& strPath, int iTimeoutMs)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(iTimeoutMs);
+    for (;;) {
+        std::ifstream in(strPath, std::ios::binary);
+        if (in) {
+            std::ostringstream ss;
+            ss << in.rdbuf();
+            if (!ss.str().empty()) {
+                return ss.str();
+            }
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return std::string();
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }

@@ -14,6 +14,11 @@ bool WriteFileAtOnce(const std::string& strPath, const std::string& strText);
 // time. False when it did not appear.
 bool WaitForFile(const std::string& strPath, int iTimeoutMs = 60000);
 
+// Waits until the file can be read and is not empty (Windows refuses to open
+// a file for a moment while its writer renames it into place), at most the
+// given time; its text, or "" when it could not be read in time.
+std::string WaitForFileText(const std::string& strPath, int iTimeoutMs = 60000);
+
 // Copies a file (the test binary, say), keeping its permissions.
 bool CopyFileTo(const std::string& strFrom, const std::string& strTo);
 

@@ -34,6 +34,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -363,14 +364,14 @@ bool ReadCpuTicks(pid_t pid, unsigned long long& ullTicks)
     return true;
 }
 
-// Time on the CPU of all threads, in nanoseconds (first field of schedstat).
-unsigned long long ReadCpuNs(pid_t pid)
+// Time on the CPU of each thread, in nanoseconds (first field of schedstat).
+std::map<std::string, unsigned long long> ReadThreadCpuNs(pid_t pid)
 {
     const std::string strTasks = "/proc/" + std::to_string(pid) + "/task";
-    unsigned long long ullTotal = 0;
+    std::map<std::string, unsigned long long> mapThreads;
     DIR* pDir = opendir(strTasks.c_str());
     if (!pDir) {
-        return 0;
+        return mapThreads;
     }
     while (const dirent* pEntry = readdir(pDir)) {
         if (pEntry->d_name[0] < '0' || pEntry->d_name[0] > '9') {
@@ -379,10 +380,25 @@ unsigned long long ReadCpuNs(pid_t pid)
         std::ifstream schedstat(strTasks + "/" + pEntry->d_name + "/schedstat");
         unsigned long long ullNs = 0;
         if (schedstat >> ullNs) {
-            ullTotal += ullNs;
+            mapThreads[pEntry->d_name] = ullNs;
         }
     }
     closedir(pDir);
+    return mapThreads;
+}
+
+// CPU time between two readings: each thread's growth, all of a thread that
+// began in between. (A thread that ended in between is missing here; the
+// clock-tick figure of /proc/PID/stat includes it.)
+unsigned long long CpuNsBetween(const std::map<std::string, unsigned long long>& mapBefore,
+                                const std::map<std::string, unsigned long long>& mapAfter)
+{
+    unsigned long long ullTotal = 0;
+    for (const auto& thread : mapAfter) {
+        auto it = mapBefore.find(thread.first);
+        const unsigned long long ullBefore = it == mapBefore.end() ? 0 : it->second;
+        ullTotal += thread.second >= ullBefore ? thread.second - ullBefore : 0;
+    }
     return ullTotal;
 }
 
@@ -398,7 +414,7 @@ int Idle(const CArgs& args)
         std::printf("error=no_process\n");
         return 1;
     }
-    const unsigned long long ullNs0 = ReadCpuNs(pid);
+    const std::map<std::string, unsigned long long> mapNs0 = ReadThreadCpuNs(pid);
     long lMaxRss = lRss;
     for (int i = 0; i < args.iSeconds; ++i) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
@@ -410,7 +426,7 @@ int Idle(const CArgs& args)
     }
     unsigned long long ullTicks1 = 0;
     ReadCpuTicks(pid, ullTicks1);
-    const unsigned long long ullNs1 = ReadCpuNs(pid);
+    const std::map<std::string, unsigned long long> mapNs1 = ReadThreadCpuNs(pid);
     const double dTickMs = 1000.0 / static_cast<double>(sysconf(_SC_CLK_TCK));
     long lAnon = 0;
     long lFile = 0;
@@ -422,7 +438,7 @@ int Idle(const CArgs& args)
                 "cpu_exact_ms=%.3f seconds=%d\n",
                 lRss, lMaxRss, lAnon, lFile, lShmem, ReadPssKb(pid),
                 static_cast<double>(ullTicks1 - ullTicks0) * dTickMs,
-                static_cast<double>(ullNs1 - ullNs0) / 1e6, args.iSeconds);
+                static_cast<double>(CpuNsBetween(mapNs0, mapNs1)) / 1e6, args.iSeconds);
     return 0;
 }
 

@@ -88,8 +88,10 @@ void PopThreadNdc()
     if (ndc._getDepth() == 0) {
         return;
     }
-    ndc._pop();
-    if (ndc._getDepth() == 0) {
+    // Straight off log4cpp's stack: its pop would hand back a copy of the
+    // entry that nobody reads.
+    ndc._stack.pop_back();
+    if (ndc._stack.empty()) {
         ReleaseThreadNdc();
     }
 }

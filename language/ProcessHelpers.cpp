@@ -46,17 +46,37 @@ bool IsModuleLoadedInProcess(uint32_t uiProcessId, const std::wstring& strProgra
     return false;
 }
 
-bool IsProcessRunning(const std::wstring& strProgramPath)
+namespace {
+
+// The processes that run the program file: a first check by file name, then
+// the process's modules, which are read only for the names that match.
+std::vector<uint32_t> FindProcesses(const std::wstring& strProgramPath, bool bFirstOnly)
 {
     const std::vector<ProcessEntry> vecProcesses = EnumProcesses();
     const std::wstring strProgramName = GetFileNameOfPath(strProgramPath);
+    std::vector<uint32_t> vecIds;
     for (const ProcessEntry& process : vecProcesses) {
         if (EqualNoCase(GetFileNameOfPath(process.strExeFile), strProgramName) &&
             IsModuleLoadedInProcess(process.uiProcessId, strProgramPath)) {
-            return true;
+            vecIds.push_back(process.uiProcessId);
+            if (bFirstOnly) {
+                break;
+            }
         }
     }
-    return false;
+    return vecIds;
+}
+
+} // namespace
+
+bool IsProcessRunning(const std::wstring& strProgramPath)
+{
+    return !FindProcesses(strProgramPath, true).empty();
+}
+
+std::vector<uint32_t> FindProcessesRunning(const std::wstring& strProgramPath)
+{
+    return FindProcesses(strProgramPath, false);
 }
 
 } // namespace Language

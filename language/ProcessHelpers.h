@@ -41,6 +41,10 @@ bool IsModuleLoadedInProcess(uint32_t uiProcessId, const std::wstring& strProgra
 // whose modules cannot be read. Throws as EnumProcesses.
 bool IsProcessRunning(const std::wstring& strProgramPath);
 
+// The ids of every process that runs the program file itself, by the same
+// rule as IsProcessRunning. Throws as EnumProcesses.
+std::vector<uint32_t> FindProcessesRunning(const std::wstring& strProgramPath);
+
 // The user name of the current thread (Windows) or of the effective user id
 // (Linux, from the password database). Throws Win32Exception for "GetUserNameW".
 std::wstring GetCurrentUserName();

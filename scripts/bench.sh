@@ -64,59 +64,16 @@ load_start=$(cut -d' ' -f1-3 /proc/loadavg)
 # ------------------------------------------------------------------ private set-up
 work=$(mktemp -d /tmp/orvprint-bench.XXXXXX)
 shm=$(mktemp -d /dev/shm/orvprint-bench.XXXXXX 2>/dev/null || { mkdir -p "$work/memory"; echo "$work/memory"; })
-mkdir -p "$work"/{install,temp,log,xdg,cups/filter} "$shm"/{shm,user}
+# shellcheck source=scripts/private-machine.sh
+. "$root/scripts/private-machine.sh"
+private_machine "$work" "$shm/shm" "$shm/user" 1 orvprint-bench-system
 chmod 0777 "$shm/shm"; chmod 0700 "$shm/user"
 
-cat >"$work/machine.ini" <<INI
-[Software\\Orv-soft\\Client]
-InstallDir=$work/install
-TempDir=$work/temp
-LogDir=$work/log
-DataDir=$work/temp
-INI
-cat >"$work/temp/Config.ini" <<INI
-[Setting]
-DisplayProjectSelection=1
-CanSelectNoPrinter=0
-CanSelectNoProject=1
-DefaultPrinter=
-DefaultProject=
-
-[ServerConfig]
-WaterPrintInstalled=0
-AuditInstalled=1
-SGIdentifyInstalled=0
-FilterIntalled=0
-INI
 # Logging as shipped, into the private log folder.
 sed -E "s#^(log4cpp\.appender\.[^.]+\.fileName=).*#\1$work/log/OrvprintD.log#" \
   "$root/logging/LogConfig.conf" >"$work/install/LogConfig.conf"
-# The print processor is present (a CUPS filter stand-in).
-printf '#!/bin/sh\nexec cat\n' >"$work/cups/filter/orvprint"; chmod +x "$work/cups/filter/orvprint"
-cat >"$work/request.json" <<'JSON'
-{
-  "printers": [
-    { "id": "P-3F-01", "name": "三楼彩色打印机", "comment": "三楼东侧，A3 彩色",
-      "description": "HP Color LaserJet", "status": 0, "maxPagesPerJob": 200,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false },
-    { "id": "P-5F-02", "name": "五楼黑白打印机", "comment": "",
-      "description": "Kyocera", "status": 1, "maxPagesPerJob": 50,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false }
-  ],
-  "projects": [
-    { "id": "PRJ-001", "name": "年度审计项目", "comment": "财务部" },
-    { "id": "PRJ-002", "name": "市场推广", "comment": "" }
-  ]
-}
-JSON
 "$bin/orv_bench" --write-largest-request="$work/largest.bin"
 
-export ORVPRINT_MACHINE_CONFIG=$work/machine.ini
-export ORVPRINT_SHM_DIR=$shm/shm
-export XDG_CONFIG_DIRS=$work/xdg
-export XDG_RUNTIME_DIR=$shm/user
-export CUPS_SERVERBIN=$work/cups
-[ "$(id -u)" -eq 0 ] && export ORVPRINT_SYSTEM_ACCOUNT=orvprint-bench-system
 lock=$ORVPRINT_SHM_DIR/Orvprint_Popup_Dialog_MUTEX_EXISTANCE
 
 xvfb_pid=

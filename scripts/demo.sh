@@ -27,31 +27,16 @@ bin=$build/bin
 
 demo=$(mktemp -d /tmp/orvprint-demo.XXXXXX)
 out=$root/build/demo
-mkdir -p "$out" "$demo"/{install,temp,log,shm,xdg,cups/filter}
+mkdir -p "$out"
 
-# The machine registry stand-in: where the client's folders are.
-cat >"$demo/machine.ini" <<INI
-[Software\\Orv-soft\\Client]
-InstallDir=$demo/install
-TempDir=$demo/temp
-LogDir=$demo/log
-DataDir=$demo/temp
-INI
-# The user's settings: show projects, remember the last choice.
-cat >"$demo/temp/Config.ini" <<INI
-[Setting]
-DisplayProjectSelection=1
-CanSelectNoPrinter=0
-CanSelectNoProject=0
-DefaultPrinter=
-DefaultProject=
+# Machine registry, Config.ini (show projects, remember the last choice), the
+# print processor, the request; the environment that points OrvprintD there.
+# OrvprintD refuses to run as the system account (root); the demo may run as
+# root (containers, CI): another account is named as the system one.
+# shellcheck source=scripts/private-machine.sh
+. "$root/scripts/private-machine.sh"
+private_machine "$demo" "$demo/shm" "$demo" 0 orvprint-demo-system
 
-[ServerConfig]
-WaterPrintInstalled=0
-AuditInstalled=1
-SGIdentifyInstalled=0
-FilterIntalled=0
-INI
 # Logging: everything of the program into one file.
 cat >"$demo/install/LogConfig.conf" <<CONF
 log4cpp.rootCategory=ERROR
@@ -62,17 +47,6 @@ log4cpp.appender.file.layout=org.apache.log4cpp.PatternLayout
 log4cpp.appender.file.layout.ConversionPattern=%d{%H:%M:%S,%l} %p %m%n
 OutputParam.OrvprintD_exe=true
 CONF
-# The print processor is present (a CUPS filter stand-in).
-printf '#!/bin/sh\nexec cat\n' >"$demo/cups/filter/orvprint"; chmod +x "$demo/cups/filter/orvprint"
-
-export ORVPRINT_MACHINE_CONFIG=$demo/machine.ini
-export ORVPRINT_SHM_DIR=$demo/shm
-export XDG_CONFIG_DIRS=$demo/xdg
-export XDG_RUNTIME_DIR=$demo
-export CUPS_SERVERBIN=$demo/cups
-# OrvprintD refuses to run as the system account (root). The demo may run as
-# root (containers, CI): name another account as the system one.
-[ "$(id -u)" -eq 0 ] && export ORVPRINT_SYSTEM_ACCOUNT=orvprint-demo-system
 
 interactive=0
 xvfb_pid=
@@ -108,22 +82,6 @@ for _ in $(seq 200); do
 done
 echo "   serving after $(( ($(date +%s%N) - t0) / 1000000 )) ms (pid $orv_pid); client tool running: $(pgrep -f "$bin/OrvClientTool" >/dev/null && echo yes || echo no)"
 
-cat >"$demo/request.json" <<'JSON'
-{
-  "printers": [
-    { "id": "P-3F-01", "name": "三楼彩色打印机", "comment": "三楼东侧，A3 彩色",
-      "description": "HP Color LaserJet", "status": 0, "maxPagesPerJob": 200,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false },
-    { "id": "P-5F-02", "name": "五楼黑白打印机", "comment": "",
-      "description": "Kyocera", "status": 1, "maxPagesPerJob": 50,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false }
-  ],
-  "projects": [
-    { "id": "PRJ-001", "name": "年度审计项目", "comment": "财务部" },
-    { "id": "PRJ-002", "name": "市场推广", "comment": "" }
-  ]
-}
-JSON
 
 echo "== orvprint-send $demo/request.json (the printing service's side)"
 t1=$(date +%s%N)

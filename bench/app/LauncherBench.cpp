@@ -1,9 +1,6 @@
 // The launcher's cycle (CLauncherThread::OnTimer) with N extra idle
 // processes in the session, while the client tool (its stand-in) runs: the
 // steady state, in which each cycle finds the tool and starts nothing.
-#include <dirent.h>
-#include <unistd.h>
-#include <climits>
 #include "app/LauncherThread.h"
 #include "language/ProcessHelpers.h"
 #include "language/TextConvert.h"
@@ -13,29 +10,6 @@
 using namespace orvbench;
 
 namespace {
-
-// Processes that run the given program file.
-size_t CountRunning(const std::string& strPath)
-{
-    size_t uiCount = 0;
-    DIR* pDir = opendir("/proc");
-    if (!pDir) {
-        return 0;
-    }
-    while (const dirent* pEntry = readdir(pDir)) {
-        if (pEntry->d_name[0] < '0' || pEntry->d_name[0] > '9') {
-            continue;
-        }
-        char szTarget[PATH_MAX];
-        const std::string strLink = std::string("/proc/") + pEntry->d_name + "/exe";
-        const ssize_t n = readlink(strLink.c_str(), szTarget, sizeof(szTarget) - 1);
-        if (n > 0 && strPath == std::string(szTarget, static_cast<size_t>(n))) {
-            ++uiCount;
-        }
-    }
-    closedir(pDir);
-    return uiCount;
-}
 
 void BM_LauncherCycle(benchmark::State& state)
 {
@@ -62,7 +36,7 @@ void BM_LauncherCycle(benchmark::State& state)
     samples.Report(state);
     state.counters["listed_processes"] = static_cast<double>(CountListedProcesses());
     // Starting a second copy would mean that the cycle did not see the tool.
-    if (CountRunning(strTool) != 1) {
+    if (Language::FindProcessesRunning(Language::WideFromUtf8(strTool)).size() != 1) {
         StopClientToolCopies();
         state.SkipWithError("the launcher started the client tool again");
     }

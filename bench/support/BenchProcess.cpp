@@ -2,6 +2,9 @@
 // programs, and the pool of idle processes.
 #include "support/BenchSupport.h"
 
+#include "language/ProcessHelpers.h"
+#include "language/TextConvert.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -241,25 +244,14 @@ size_t StopClientToolCopies()
         return 0;
     }
     size_t uiStopped = 0;
-    DIR* pDir = opendir("/proc");
-    if (!pDir) {
-        return 0;
-    }
-    while (const dirent* pEntry = readdir(pDir)) {
-        if (pEntry->d_name[0] < '0' || pEntry->d_name[0] > '9') {
-            continue;
-        }
-        const pid_t pid = static_cast<pid_t>(std::atoi(pEntry->d_name));
-        char szTarget[PATH_MAX];
-        const std::string strLink = std::string("/proc/") + pEntry->d_name + "/exe";
-        const ssize_t n = readlink(strLink.c_str(), szTarget, sizeof(szTarget) - 1);
-        if (pid != s_pidStandIn && n > 0 && s_strStandInPath == std::string(szTarget, static_cast<size_t>(n))) {
+    for (uint32_t uiId : Language::FindProcessesRunning(Language::WideFromUtf8(s_strStandInPath))) {
+        const pid_t pid = static_cast<pid_t>(uiId);
+        if (pid != s_pidStandIn) {
             kill(pid, SIGKILL);
             waitpid(pid, nullptr, WNOHANG);
             ++uiStopped;
         }
     }
-    closedir(pDir);
     return uiStopped;
 }
 

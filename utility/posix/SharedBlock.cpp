@@ -1,8 +1,6 @@
 #include "utility/SharedBlock.h"
 
 #include <cerrno>
-#include <map>
-#include <mutex>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,35 +15,6 @@
 namespace OrvUtility {
 
 namespace {
-
-struct CViewTable {
-    std::mutex mtx;
-    std::map<void*, size_t> mapViews;
-};
-
-CViewTable& Views()
-{
-    static CViewTable* s_pViews = new CViewTable(); // lives to the process's end
-    return *s_pViews;
-}
-
-// The size of a view this module mapped, taken out of the table when
-// bRemove; EINVAL for any other address.
-bool FindView(void* pView, size_t& uiSize, bool bRemove)
-{
-    CViewTable& views = Views();
-    std::lock_guard<std::mutex> lock(views.mtx);
-    auto it = views.mapViews.find(pView);
-    if (it == views.mapViews.end()) {
-        errno = EINVAL;
-        return false;
-    }
-    uiSize = it->second;
-    if (bRemove) {
-        views.mapViews.erase(it);
-    }
-    return true;
-}
 
 std::string SizeText(uint64_t uiActual, uint64_t uiExpected)
 {
@@ -129,20 +98,21 @@ uint8_t* MapSharedBlock(NamedHandle hBlock, uint64_t uiSize)
     if (pView == MAP_FAILED) {
         return nullptr;
     }
-    GuardSharedBlockView(pView, static_cast<size_t>(uiSize));
-    CViewTable& views = Views();
-    std::lock_guard<std::mutex> lock(views.mtx);
-    views.mapViews[pView] = static_cast<size_t>(uiSize);
+    // The table of views is also the guard against a block cut short.
+    if (!GuardSharedBlockView(pView, static_cast<size_t>(uiSize))) {
+        munmap(pView, static_cast<size_t>(uiSize));
+        errno = ENOMEM;
+        return nullptr;
+    }
     return static_cast<uint8_t*>(pView);
 }
 
 int UnmapSharedBlock(void* pView)
 {
     size_t uiSize = 0;
-    if (!FindView(pView, uiSize, true)) {
+    if (!UnguardSharedBlockView(pView, uiSize)) {
         return 0;
     }
-    UnguardSharedBlockView(pView);
     return munmap(pView, uiSize) == 0 ? 1 : 0;
 }
 
@@ -159,7 +129,7 @@ int RestoreSharedBlockView(NamedHandle hBlock, void* pView)
         return 0;
     }
     size_t uiSize = 0;
-    if (!FindView(pView, uiSize, false)) {
+    if (!FindGuardedSharedBlockView(pView, uiSize)) {
         return 0;
     }
     struct stat st;

@@ -12,15 +12,15 @@ namespace OrvUtility {
 
 namespace {
 
-// Slots are read by the signal handler, so they are plain lock-free atomics;
-// a process maps one or two blocks.
+// Slots are read by the signal handler, so they are plain lock-free atomics.
+// A process maps a block or two; tests map a few more at a time.
 struct CGuardedView {
     std::atomic<uintptr_t> uiBegin{0};
     std::atomic<size_t> uiSize{0};
     std::atomic<bool> bBroken{false};
 };
 
-const size_t GUARDED_VIEWS = 16;
+const size_t GUARDED_VIEWS = 64;
 CGuardedView g_aViews[GUARDED_VIEWS];
 struct sigaction g_stuPreviousAction;
 // Views are added and removed under this lock; the handler only reads.
@@ -99,15 +99,31 @@ bool GuardSharedBlockView(void* pView, size_t uiSize)
     return false;
 }
 
-void UnguardSharedBlockView(void* pView)
+bool UnguardSharedBlockView(void* pView, size_t& uiSize)
 {
     std::lock_guard<std::mutex> lock(g_mtxViews);
     for (CGuardedView& view : g_aViews) {
         if (view.uiBegin.load() == reinterpret_cast<uintptr_t>(pView)) {
             view.uiBegin.store(0);
-            return;
+            uiSize = view.uiSize.load();
+            return true;
         }
     }
+    errno = EINVAL;
+    return false;
+}
+
+bool FindGuardedSharedBlockView(void* pView, size_t& uiSize)
+{
+    std::lock_guard<std::mutex> lock(g_mtxViews);
+    for (const CGuardedView& view : g_aViews) {
+        if (view.uiBegin.load() == reinterpret_cast<uintptr_t>(pView)) {
+            uiSize = view.uiSize.load();
+            return true;
+        }
+    }
+    errno = EINVAL;
+    return false;
 }
 
 bool TakeSharedBlockViewBroken(void* pView)

@@ -2,22 +2,27 @@
 
 #include <cstddef>
 
+// The table of this process's shared-block views, and their guard.
+//
 // A shared block is a file that every local user may write, so anyone can
 // cut it short while it is mapped; touching a page past the new end raises
-// SIGBUS, which would end the process. The guard keeps the views of shared
-// blocks in a table that its SIGBUS handler can read: a fault inside a view
-// gets a private zero page mapped over the faulting page (the access goes on
-// and reads zeros) and marks the view broken. Faults anywhere else go to the
-// handler that was there before.
+// SIGBUS, which would end the process. The table can be read by the guard's
+// SIGBUS handler: a fault inside a view gets a private zero page mapped over
+// the faulting page (the access goes on and reads zeros) and marks the view
+// broken. Faults anywhere else go to the handler that was there before.
 
 namespace OrvUtility {
 
 // Adds a view to the table (installs the handler on first use). False when
-// the table is full: the view is then not guarded.
+// the table is full.
 bool GuardSharedBlockView(void* pView, size_t uiSize);
 
-// Removes a view from the table.
-void UnguardSharedBlockView(void* pView);
+// Removes a view from the table; its size. False (EINVAL) for an address
+// that is not a view in the table.
+bool UnguardSharedBlockView(void* pView, size_t& uiSize);
+
+// The size of a view in the table; false (EINVAL) for any other address.
+bool FindGuardedSharedBlockView(void* pView, size_t& uiSize);
 
 // True when a page of the view has been replaced since the last call; clears
 // the mark.

@@ -27,6 +27,7 @@
 #include "e2e/EndToEndRequests.h"
 #include "Src/Common/include/JobOptionData.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "language/ProcessHelpers.h"
 #include "language/TextConvert.h"
 #include "support/ChildProcess.h"
 #include "support/TempFolder.h"
@@ -61,19 +62,8 @@ inline std::string Capture(const std::string& strCommand)
 // Process ids whose executable is exactly strPath.
 inline std::vector<pid_t> ProcessesOf(const std::string& strPath)
 {
-    std::vector<pid_t> vecPids;
-    DIR* pDir = opendir("/proc");
-    if (!pDir) return vecPids;
-    while (dirent* pEntry = readdir(pDir)) {
-        const pid_t pid = static_cast<pid_t>(std::atoi(pEntry->d_name));
-        if (pid <= 0) continue;
-        char szExe[PATH_MAX] = {0};
-        const std::string strLink = std::string("/proc/") + pEntry->d_name + "/exe";
-        const ssize_t n = readlink(strLink.c_str(), szExe, sizeof(szExe) - 1);
-        if (n > 0 && std::string(szExe, n) == strPath) vecPids.push_back(pid);
-    }
-    closedir(pDir);
-    return vecPids;
+    const std::vector<uint32_t> vecIds = Language::FindProcessesRunning(Language::WideFromUtf8(strPath));
+    return std::vector<pid_t>(vecIds.begin(), vecIds.end());
 }
 
 // Waits (bounded) for a condition that another process makes true.

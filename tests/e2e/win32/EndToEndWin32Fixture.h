@@ -283,14 +283,8 @@ inline bool CanShowWindows()
 // Ids of the processes that run this very program file (by full path).
 inline std::vector<DWORD> ProcessesOf(const std::wstring& strProgramPath)
 {
-    std::vector<DWORD> vecPids;
-    const std::wstring strName = strProgramPath.substr(strProgramPath.find_last_of(L"\\/") + 1);
-    for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
-        const std::wstring strExe = entry.strExeFile.substr(entry.strExeFile.find_last_of(L"\\/") + 1);
-        if (EqualNoCase(strExe, strName) && Language::IsModuleLoadedInProcess(entry.uiProcessId, strProgramPath)) {
-            vecPids.push_back(entry.uiProcessId);
-        }
-    }
+    const std::vector<uint32_t> vecIds = Language::FindProcessesRunning(strProgramPath);
+    std::vector<DWORD> vecPids(vecIds.begin(), vecIds.end());
     std::sort(vecPids.begin(), vecPids.end());
     return vecPids;
 }

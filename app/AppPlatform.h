@@ -17,9 +17,12 @@ void SetUiThreadLocale();
 // InitCommonControlsEx with size 8 and classes 0xFF (nothing on Linux).
 void InitCommonControls();
 
-// The account under which the program must not run: "SYSTEM" on Windows,
-// "root" on Linux. The environment variable ORVPRINT_SYSTEM_ACCOUNT names
-// another one (tests and demos that run as root).
+// The account under which the program must not run: "SYSTEM" on Windows
+// (always: no user setting can change which account is refused), "root" on
+// Linux, where the environment variable ORVPRINT_SYSTEM_ACCOUNT names another
+// one (the demo and the tests, which run as root). Its own source file
+// (SystemAccount.cpp), so that a test program of the Windows build can put
+// the same override in its place.
 std::wstring GetSystemAccountName();
 
 // The error code of a denied access (ERROR_ACCESS_DENIED, EACCES).
@@ -54,9 +57,20 @@ void RunMessageLoop();
 uint32_t JoinFromMainThread(OrvUtility::CThread& objThread);
 
 // --quit: asks the running instance (same program file) to end its loop and
-// waits until it has exited. 0 when it has ended, 1 when none runs, 2 when it
-// did not end in time.
+// waits until it has exited. QUIT_ENDED when it has ended, QUIT_NONE when none
+// runs, QUIT_NOT_IN_TIME when it did not end in time, QUIT_NOT_ENDED when one
+// runs that this user may not end (another user's instance: the signal or the
+// process handle is refused, or the instance mutex is held by a process this
+// user cannot see).
+enum { QUIT_ENDED = 0, QUIT_NONE = 1, QUIT_NOT_IN_TIME = 2, QUIT_NOT_ENDED = 3 };
 int QuitRunningInstance(uint32_t uiTimeoutMs);
+
+// The graver of two --quit results (ended < not in time < not ended).
+int WorseQuitResult(int iFirst, int iSecond);
+
+// The result when no process of this program file was found: QUIT_NOT_ENDED
+// while the instance mutex is held all the same, else QUIT_NONE.
+int NoInstanceFound();
 
 // Path separator of this platform ("\" or "/").
 const wchar_t* GetPathSeparator();

@@ -6,6 +6,7 @@
 #include "language/PathHelpers.h"
 #include "language/ProcessHelpers.h"
 #include "language/TextConvert.h"
+#include "logging/LogFacade.h"
 #include "logging/LogMacros.h"
 
 CLauncherThread::CLauncherThread() : CSimpleCycleThread(L"Launcher thread", LAUNCH_PERIOD)
@@ -42,6 +43,9 @@ void CLauncherThread::AddEntry(const std::wstring& strProgramPath)
 
 bool CLauncherThread::OnTimer()
 {
+    // Log files that went away since the last cycle are opened again first,
+    // so that this cycle's records are written.
+    ReopenMissingLogFiles();
     ORV_TRACE_SCOPE("CLauncherThread::OnTimer");
     try {
         for (const LaunchEntry& entry : m_listLaunch) {

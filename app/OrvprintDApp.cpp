@@ -8,10 +8,10 @@
 #include "app/ModulePath.h"
 #include "app/PopupThread.h"
 #include "language/ErrorText.h"
+#include "language/AnsiText.h"
 #include "language/Exception.h"
 #include "language/MachineRegistry.h"
 #include "language/ProcessHelpers.h"
-#include "language/TextConvert.h"
 #include "logging/LogMacros.h"
 #include "utility/NamedMutex.h"
 #include "utility/ThreadEvent.h"
@@ -38,7 +38,9 @@ std::string LogConfigUnder(const wchar_t* szKey)
     std::wstring strPath = szFolder;
     strPath += AppPlatform::GetPathSeparator();
     strPath += L"LogConfig.conf";
-    const std::string strNarrow = Language::NarrowFromWide(strPath);
+    // The value is read as narrow text: in the system's ANSI code page, the
+    // one in which the file is opened too, whatever the C locale.
+    const std::string strNarrow = Language::AnsiFromWide(strPath);
     FILE* pFile = std::fopen(strNarrow.c_str(), "r");
     if (!pFile) {
         return std::string();

@@ -4,6 +4,7 @@
 #include "app/AppPlatform.h"
 #include "app/OrvprintDApp.h"
 #include "logging/LogFacade.h"
+#include "logging/ValueText.h"
 
 #ifndef ORVPRINTD_VERSION
 #define ORVPRINTD_VERSION "0.0.0"
@@ -25,7 +26,8 @@ void PrintUsage(FILE* pOut)
                  "  --version  print the version and exit\n"
                  "  --help     print this text and exit\n"
                  "  --quit     ask the running instance to end, wait until it has exited\n"
-                 "             (exit code 0: ended, 3: none was running, 4: it did not end in time)\n");
+                 "             (exit code 0: ended, 3: none was running, 4: it did not end in time,\n"
+                 "             5: it runs under another account and this user may not end it)\n");
 }
 
 } // namespace
@@ -49,12 +51,17 @@ int HandleCommandLine(const std::vector<std::string>& vecArgs, bool& bRun)
         }
         if (strArg == "--quit") {
             switch (AppPlatform::QuitRunningInstance(QUIT_WAIT_MS)) {
-            case 0:
+            case AppPlatform::QUIT_ENDED:
                 std::printf("OrvprintD has ended.\n");
                 return QUIT_DONE;
-            case 1:
+            case AppPlatform::QUIT_NONE:
                 std::printf("OrvprintD is not running.\n");
                 return QUIT_NONE_RUNNING;
+            case AppPlatform::QUIT_NOT_ENDED:
+                std::fprintf(stderr, "OrvprintD is running but could not be ended: this user may not end it "
+                                     "(it runs under another account). Run --quit as that user or as an "
+                                     "administrator.\n");
+                return QUIT_NOT_PERMITTED;
             default:
                 std::fprintf(stderr, "OrvprintD did not end within %u seconds.\n", QUIT_WAIT_MS / 1000);
                 return QUIT_TIMED_OUT;
@@ -68,6 +75,9 @@ int HandleCommandLine(const std::vector<std::string>& vecArgs, bool& bRun)
 
 int RunOrvprintD()
 {
+    // Records convert wide text in the C library's locale: set it before the
+    // first record, so that Chinese names come out from the first line on.
+    paramtrace::SetRecordTextLocale();
     const std::string strLogConfig = FindLogConfigFile();
     InitLogging(strLogConfig.c_str());
     // No trace scope is open yet, so this record finds no category.

@@ -16,4 +16,4 @@ int HandleCommandLine(const std::vector<std::string>& vecArgs, bool& bRun);
 int RunOrvprintD();
 
 // Exit codes of --quit.
-enum { QUIT_DONE = 0, QUIT_NONE_RUNNING = 3, QUIT_TIMED_OUT = 4, USAGE_ERROR = 2 };
+enum { QUIT_DONE = 0, QUIT_NONE_RUNNING = 3, QUIT_TIMED_OUT = 4, QUIT_NOT_PERMITTED = 5, USAGE_ERROR = 2 };

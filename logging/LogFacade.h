@@ -30,5 +30,11 @@ bool IsAlertEnabled();  // 100
 bool IsFatalEnabled();  // 0
 bool IsEmergEnabled();  // 0
 
+// Opens again, at its configured path, every log file that went away while
+// the program runs (its folder removed, the file deleted), the folder made
+// again where it is missing. The launcher thread calls it once a cycle.
+// Returns the number of files opened again; 0 while logging is disabled.
+int ReopenMissingLogFiles();
+
 typedef void (*LogHexDumpOutput)(const char* szFormat, ...);
 void LogHexDump(const char* szTitle, const void* pData, uint32_t uiLength, LogHexDumpOutput pfnOutput);

@@ -24,9 +24,14 @@ struct ValueText<uint64_t> {
 template <class T>
 struct ValueText<const T> : ValueText<T> {};
 
-// Sets the C library's locale for all categories to the Chinese (simplified)
-// locale, once per process for each record type, before the first record
-// text of that type is made. Windows: "chs"; Linux: a UTF-8 locale.
+// Sets the C library's locale for all categories to the one in which record
+// texts are made narrow: Windows "chs" (Chinese, simplified: wide text comes
+// out in code page 936), Linux a UTF-8 locale. Start-up calls it before
+// logging is configured, so that every record converts Chinese text.
+void SetRecordTextLocale();
+
+// The same, once per process for each record type, before the first record
+// text of that type is made.
 void SetRecordTextLocaleOnce(bool& bDone);
 
 } // namespace paramtrace

@@ -11,6 +11,7 @@ PACKAGES=(
   fonts-wqy-microhei xvfb xdotool x11-apps imagemagick
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libclang-rt-14-dev
+  locales
 )
 
 missing=()
@@ -20,7 +21,14 @@ for p in "${PACKAGES[@]}"; do
   fi
 done
 
-[ ${#missing[@]} -eq 0 ] && exit 0
+# Wine takes a Chinese system's code page (936) from the zh_CN.UTF-8 locale,
+# which a test of the Windows build runs in.
+need_locale=0
+if ! locale -a 2>/dev/null | grep -qi '^zh_CN\.utf-\?8$'; then
+  need_locale=1
+fi
+
+[ ${#missing[@]} -eq 0 ] && [ $need_locale -eq 0 ] && exit 0
 
 if [ "$(id -u)" -ne 0 ]; then
   if command -v sudo >/dev/null 2>&1 && sudo -n true 2>/dev/null; then
@@ -35,8 +43,14 @@ else
   SUDO=
 fi
 
-echo "setup: installing ${missing[*]}"
 export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update -qq
-$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}"
+  $SUDO apt-get update -qq
+  $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+fi
+if [ $need_locale -eq 1 ]; then
+  echo "setup: generating the locale zh_CN.UTF-8"
+  $SUDO localedef -i zh_CN -f UTF-8 zh_CN.UTF-8
+fi
 echo "setup: done"

@@ -66,12 +66,6 @@ void SetUiThreadLocale()
 
 void InitCommonControls() {}
 
-std::wstring GetSystemAccountName()
-{
-    const char* szAccount = std::getenv("ORVPRINT_SYSTEM_ACCOUNT");
-    return Language::WideFromUtf8(szAccount ? szAccount : "root");
-}
-
 uint32_t GetAccessDeniedError()
 {
     return EACCES;
@@ -197,7 +191,7 @@ int QuitRunningInstance(uint32_t uiTimeoutMs)
     const std::wstring strSelf = GetProgramPath();
     const pid_t self = getpid();
     int iFound = 0;
-    int iResult = 1;
+    int iResult = QUIT_ENDED;
     for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
         if (static_cast<pid_t>(entry.uiProcessId) == self) {
             continue;
@@ -209,19 +203,24 @@ int QuitRunningInstance(uint32_t uiTimeoutMs)
         const pid_t pid = static_cast<pid_t>(entry.uiProcessId);
         const int iPidFd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
         if (kill(pid, SIGTERM) != 0) {
+            const int iError = errno;
             if (iPidFd >= 0) close(iPidFd);
+            if (iError != ESRCH) {
+                // Another user's instance, for one: it runs on.
+                iResult = WorseQuitResult(iResult, QUIT_NOT_ENDED);
+            }
             continue;
         }
         if (iPidFd < 0) {
-            iResult = 2;
+            iResult = WorseQuitResult(iResult, QUIT_NOT_IN_TIME);
             continue;
         }
         struct pollfd pfd = {iPidFd, POLLIN, 0};
         const int iReady = poll(&pfd, 1, static_cast<int>(uiTimeoutMs));
         close(iPidFd);
-        iResult = (iReady == 1) ? (iResult == 2 ? 2 : 0) : 2;
+        iResult = WorseQuitResult(iResult, iReady == 1 ? QUIT_ENDED : QUIT_NOT_IN_TIME);
     }
-    return iFound == 0 ? 1 : iResult;
+    return iFound == 0 ? NoInstanceFound() : iResult;
 }
 
 const wchar_t* GetPathSeparator()

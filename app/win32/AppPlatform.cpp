@@ -67,12 +67,6 @@ void InitCommonControls()
     InitCommonControlsEx(&icc);
 }
 
-std::wstring GetSystemAccountName()
-{
-    const wchar_t* szAccount = _wgetenv(L"ORVPRINT_SYSTEM_ACCOUNT");
-    return szAccount ? std::wstring(szAccount) : std::wstring(L"SYSTEM");
-}
-
 uint32_t GetAccessDeniedError()
 {
     return ERROR_ACCESS_DENIED;
@@ -143,26 +137,30 @@ int QuitRunningInstance(uint32_t uiTimeoutMs)
     const std::wstring strSelf = GetProgramPath();
     const DWORD dwSelf = GetCurrentProcessId();
     int iFound = 0;
-    int iResult = 1;
+    int iResult = QUIT_ENDED;
     for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
         if (entry.uiProcessId == dwSelf || !Language::IsModuleLoadedInProcess(entry.uiProcessId, strSelf)) {
             continue;
         }
         ++iFound;
         HANDLE hProcess = OpenProcess(SYNCHRONIZE, FALSE, entry.uiProcessId);
+        const DWORD dwOpenError = GetLastError();
+        if (!hProcess) {
+            if (dwOpenError != ERROR_INVALID_PARAMETER) {
+                // Not ours to wait for (access denied): it runs on.
+                iResult = WorseQuitResult(iResult, QUIT_NOT_ENDED);
+            }
+            continue;
+        }
         const DWORD dwThread = FindMainThread(entry.uiProcessId);
         if (dwThread) {
             PostThreadMessageW(dwThread, WM_QUIT, 0, 0);
         }
-        if (!hProcess) {
-            iResult = 2;
-            continue;
-        }
         const DWORD dwWait = WaitForSingleObject(hProcess, uiTimeoutMs);
         CloseHandle(hProcess);
-        iResult = (dwWait == WAIT_OBJECT_0) ? (iResult == 2 ? 2 : 0) : 2;
+        iResult = WorseQuitResult(iResult, dwWait == WAIT_OBJECT_0 ? QUIT_ENDED : QUIT_NOT_IN_TIME);
     }
-    return iFound == 0 ? 1 : iResult;
+    return iFound == 0 ? NoInstanceFound() : iResult;
 }
 
 const wchar_t* GetPathSeparator()

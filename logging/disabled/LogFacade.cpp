@@ -25,6 +25,8 @@ bool IsAlertEnabled() { return false; }
 bool IsFatalEnabled() { return false; }
 bool IsEmergEnabled() { return false; }
 
+int ReopenMissingLogFiles() { return 0; }
+
 void LogHexDump(const char*, const void*, uint32_t, LogHexDumpOutput) {}
 
 void TraceFunctionBegin(const char*, const char*, const char*) {}

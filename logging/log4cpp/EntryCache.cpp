@@ -134,3 +134,17 @@ std::string* ThreadEntryBuffer()
     ThreadEntryCache* pCache = ThreadCache();
     return pCache ? &pCache->strBuffer : nullptr;
 }
+
+bool IsLoggingEnabled()
+{
+    if (LogState::IsDisabled()) {
+        return false;
+    }
+    if (!LogState::GetFilter()) {
+        return true;
+    }
+    // The filters look at the event's context text only (the current entry),
+    // so their verdict is worked out once per entry text.
+    std::optional<ResolvedEntry> fallback;
+    return ResolveCurrentEntry(fallback).bEnabled;
+}

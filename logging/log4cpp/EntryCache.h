@@ -26,6 +26,11 @@ struct ResolvedEntry {
     OutputSwitches switches;
 };
 
+// The enable test every record passes first: logging is on and the filter
+// chain (if any) does not deny the calling thread's current trace entry.
+// The level of the record plays no part.
+bool IsLoggingEnabled();
+
 // Works out what ResolvedEntry holds for an entry text, without any cache.
 void ResolveEntry(const std::string& strEntry, ResolvedEntry& resolved);
 

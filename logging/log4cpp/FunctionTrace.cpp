@@ -14,6 +14,7 @@
 #include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/ThreadNdc.h"
+#include "logging/log4cpp/LogWriteLock.h"
 
 namespace {
 
@@ -35,6 +36,7 @@ void WriteScopeLine(const char* szSuffix)
     strText.reserve(entry.strModule.size() + entry.strClass.size() + entry.strFunction.size() + 16);
     strText.append(entry.strModule).append(1, '_').append(entry.strClass).append(1, '_');
     strText.append(entry.strFunction).append(1, ' ').append(szSuffix);
+    const auto lock = LogWriteLock::ForWrite();
     entry.pCategory->fatal("[ThreadID:%lu] %s", LogThreadId(), strText.c_str());
 }
 
@@ -90,6 +92,7 @@ int DumpCallStack(const char* szModule, const char* szClass, const char* szFunct
             !switches.bOutputNDCFullmessage) {
             return -1;
         }
+        const auto lock = LogWriteLock::ForWrite();
         pCategory->log(iPriority, "\t\t\t@_@ ---------\tCall\tStack\t-----------\n");
         pCategory->log(iPriority, "\t\t\t@_@ depth\tModule Name\t\tClass Name\t\t\tFunction Name \n");
         // Outermost entry first. The blank the NDC puts between entries stays

@@ -13,6 +13,7 @@
 #include "logging/FunctionTrace.h"
 #include "logging/HexDump.h"
 #include "logging/OutputSwitchTable.h"
+#include "logging/RecordFormat.h"
 #include "logging/ThreadId.h"
 #include "logging/log4cpp/CategoryResolver.h"
 #include "logging/log4cpp/EntryCache.h"
@@ -21,6 +22,7 @@
 #include "logging/log4cpp/LogFilter.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/ThreadNdc.h"
+#include "logging/log4cpp/LogWriteLock.h"
 
 namespace {
 
@@ -54,8 +56,8 @@ private:
     log4cpp::Appender* m_pAppender;
 };
 
-// A record that stopped early (cut at the buffer's end, or where the C
-// library could not convert a character) can end between the two characters
+// A record that stopped early (cut at the buffer's end, or before a text
+// with a character the locale cannot express) can end between the two characters
 // of a "%%". Handed to log4cpp as a format, a lone "%" at its end makes the
 // formatter fail, and log4cpp answers a failure by growing its buffer and
 // trying again without end. The lone "%" is dropped; the rest stays.
@@ -83,27 +85,29 @@ void LogTwiceFormatted(int iPriority, const char* szRecordFormat, bool bDumpStac
     if (!ResolveCurrentContext(context)) {
         return;
     }
-    char szMessage[kRecordBufferSize] = "";
-    vsnprintf(szMessage, sizeof(szMessage), szFormat ? szFormat : "", va);
-    szMessage[kRecordBufferSize - 1] = '\0';
+    char szMessage[kRecordBufferSize];
+    FormatRecordV(szMessage, sizeof(szMessage), szFormat, va);
     char szRecord[kRecordBufferSize];
-    snprintf(szRecord, sizeof(szRecord), szRecordFormat, LogThreadId(), szMessage);
+    FormatRecord(szRecord, sizeof(szRecord), szRecordFormat, LogThreadId(), szMessage);
     DropLonePercentAtEnd(szRecord);
 
     log4cpp::Category& category = *context.pCategory;
-    switch (iPriority) {
-    case kPriorityError:
-        category.error(szRecord);
-        break;
-    case kPriorityWarn:
-        category.warn(szRecord);
-        break;
-    case kPriorityInfo:
-        category.info(szRecord);
-        break;
-    default:
-        category.debug(szRecord);
-        break;
+    {
+        const auto lock = LogWriteLock::ForWrite();
+        switch (iPriority) {
+        case kPriorityError:
+            category.error(szRecord);
+            break;
+        case kPriorityWarn:
+            category.warn(szRecord);
+            break;
+        case kPriorityInfo:
+            category.info(szRecord);
+            break;
+        default:
+            category.debug(szRecord);
+            break;
+        }
     }
     if (bDumpStack) {
         DumpCallStack(context.strModule.c_str(), context.strClass.c_str(), context.strFunction.c_str(),
@@ -127,7 +131,7 @@ void LogFatalV(const char* szFormat, va_list va)
         return;
     }
     char szMessage[kRecordBufferSize];
-    vsnprintf(szMessage, sizeof(szMessage), szFormat ? szFormat : "", va);
+    FormatRecordV(szMessage, sizeof(szMessage), szFormat, va);
 
     log4cpp::Category& category = *context.pCategory;
     const char* szModule = context.strModule.c_str();
@@ -141,12 +145,18 @@ void LogFatalV(const char* szFormat, va_list va)
         if (pAppender) {
             pAppender->setThreshold(kPriorityFatal);
             ScopedAppender attached(category, pAppender);
-            category.fatal("[ThreadID:%lu] FATAL - %s", LogThreadId(), szMessage);
+            {
+                const auto lock = LogWriteLock::ForWrite();
+                category.fatal("[ThreadID:%lu] FATAL - %s", LogThreadId(), szMessage);
+            }
             DumpCallStack(szModule, szClass, szFunction, kPriorityFatal);
             return;
         }
     }
-    category.fatal("[ThreadID:%lu] FATAL - %s", LogThreadId(), szMessage);
+    {
+        const auto lock = LogWriteLock::ForWrite();
+        category.fatal("[ThreadID:%lu] FATAL - %s", LogThreadId(), szMessage);
+    }
     DumpCallStack(szModule, szClass, szFunction, kPriorityFatal);
 }
 
@@ -165,7 +175,8 @@ void LogParamV(const char* szFormat, va_list va)
         return;
     }
     char szMessage[kRecordBufferSize];
-    vsnprintf(szMessage, sizeof(szMessage), szFormat ? szFormat : "", va);
+    FormatRecordV(szMessage, sizeof(szMessage), szFormat, va);
+    const auto lock = LogWriteLock::ForWrite();
     context.pCategory->log(kPriorityFatal, "[ThreadID:%lu] Param - %s", LogThreadId(), szMessage);
 }
 

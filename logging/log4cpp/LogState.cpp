@@ -3,8 +3,6 @@
 #include <string>
 #include <log4cpp/Filter.hh>
 #include <log4cpp/LoggingEvent.hh>
-#include "logging/log4cpp/EntryCache.h"
-#include "logging/log4cpp/ThreadNdc.h"
 
 std::atomic<bool> LogState::s_bDisabled{true};
 std::atomic<log4cpp::Filter*> LogState::s_pFilter{nullptr};
@@ -16,20 +14,6 @@ void LogState::ReplaceFilter(log4cpp::Filter* pFilter)
     log4cpp::Filter* pOld = s_pFilter.exchange(pFilter, std::memory_order_acq_rel);
     delete pOld; // a filter deletes the rest of its chain
     NextGeneration();
-}
-
-bool IsLoggingEnabled()
-{
-    if (LogState::IsDisabled()) {
-        return false;
-    }
-    if (!LogState::GetFilter()) {
-        return true;
-    }
-    // The filters look at the event's context text only (the current entry),
-    // so their verdict is worked out once per entry text.
-    std::optional<ResolvedEntry> fallback;
-    return ResolveCurrentEntry(fallback).bEnabled;
 }
 
 bool DecideByFilters(const std::string& strEntry)

@@ -35,11 +35,7 @@ private:
     static std::atomic<uint64_t> s_uiGeneration;
 };
 
-// The enable test every record passes first: logging is on and the filter
-// chain (if any) does not deny the calling thread's current trace entry.
-// The level of the record plays no part.
-bool IsLoggingEnabled();
-
 // The filter chain's verdict on an entry text (true without a chain): what
-// IsLoggingEnabled answers on a thread whose current entry is that text.
+// IsLoggingEnabled (EntryCache.h) answers on a thread whose current entry is
+// that text.
 bool DecideByFilters(const std::string& strEntry);

@@ -2,6 +2,7 @@
 
 #include "logging/LogFacade.h"
 #include "logging/LogMacros.h"
+#include "support/TextLines.h"
 
 namespace orvtest {
 
@@ -42,16 +43,7 @@ std::string LogCapture::Text() const
 
 std::vector<std::string> LogCapture::Lines() const
 {
-    std::vector<std::string> lines;
-    std::string strText = Text();
-    size_t uiStart = 0;
-    while (uiStart < strText.size()) {
-        size_t uiEnd = strText.find('\n', uiStart);
-        if (uiEnd == std::string::npos) uiEnd = strText.size();
-        lines.push_back(strText.substr(uiStart, uiEnd - uiStart));
-        uiStart = uiEnd + 1;
-    }
-    return lines;
+    return orvtest::SplitLines(Text());
 }
 
 bool LogCapture::Contains(const std::string& strPart) const

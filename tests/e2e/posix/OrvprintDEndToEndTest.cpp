@@ -5,11 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdio>
 #include <csignal>
 #include <cstdlib>
 #include <future>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <vector>
 
 #include "EndToEndFixture.h"
@@ -191,6 +193,34 @@ TEST_F(EndToEndTest, QuitWithoutRunningInstanceSaysSo)
     auto quit = orvtest::ChildProcess::Start(BinPath("OrvprintD"), {"--quit"});
     ASSERT_TRUE(quit);
     EXPECT_EQ(3, quit->Wait());
+}
+
+// An instance that this user cannot end (another account's: its process
+// cannot be read or signalled) holds the instance mutex: --quit says so with
+// its own message and exit code instead of "not running".
+TEST_F(EndToEndTest, QuitThatCannotEndTheInstanceSaysSo)
+{
+    bool bExists = false;
+    OrvUtility::NamedHandle hInstance = OrvUtility::CreateNamedMutex(INSTANCE_MUTEX.c_str(), true,
+                                                                     OrvUtility::EVERYONE_MUTEX_ALL_ACCESS, &bExists);
+    ASSERT_NE(nullptr, hInstance);
+    ASSERT_FALSE(bExists);
+    const std::string strCommand = "'" + BinPath("OrvprintD") + "' --quit 2>&1";
+    FILE* pPipe = popen(strCommand.c_str(), "r");
+    ASSERT_NE(nullptr, pPipe);
+    std::string strOutput;
+    char szBuffer[256];
+    while (size_t uiRead = fread(szBuffer, 1, sizeof(szBuffer), pPipe)) {
+        strOutput.append(szBuffer, uiRead);
+    }
+    const int iStatus = pclose(pPipe);
+    OrvUtility::ReleaseNamedMutex(hInstance);
+    OrvUtility::CloseNamedObject(hInstance);
+    ASSERT_TRUE(WIFEXITED(iStatus));
+    EXPECT_EQ(5, WEXITSTATUS(iStatus));
+    EXPECT_EQ("OrvprintD is running but could not be ended: this user may not end it (it runs under another "
+              "account). Run --quit as that user or as an administrator.\n",
+              strOutput);
 }
 
 TEST_F(EndToEndTest, VersionAndHelp)

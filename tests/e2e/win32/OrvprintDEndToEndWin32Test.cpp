@@ -72,8 +72,10 @@ TEST_F(EndToEndWin32Test, SystemAccountEndsAtOnceWithoutTakingTheInstance)
     DeleteValue(RUN_KEY, RUN_VALUE);
     const std::wstring strUser = CurrentUserName();
     ASSERT_FALSE(strUser.empty());
+    // The test program names this user as the system account; the product
+    // would not let it.
     ::SetEnvironmentVariableW(L"ORVPRINT_SYSTEM_ACCOUNT", strUser.c_str());
-    auto child = StartProgram();
+    auto child = orvtest::ChildProcess::Start(BinPath("OrvprintD-testhooks.exe"), {});
     ::SetEnvironmentVariableW(L"ORVPRINT_SYSTEM_ACCOUNT", nullptr);
     ASSERT_TRUE(child);
 
@@ -88,6 +90,21 @@ TEST_F(EndToEndWin32Test, SystemAccountEndsAtOnceWithoutTakingTheInstance)
     // It ended before the autorun step and before the launcher.
     EXPECT_FALSE(ReadValue(RUN_KEY, RUN_VALUE).bPresent);
     EXPECT_TRUE(ProcessesOf(m_strClientTool).empty());
+}
+
+// No user setting decides which account is refused: the product runs for a
+// user whose environment names that user as the system account.
+TEST_F(EndToEndWin32Test, TheProductIgnoresTheSystemAccountVariable)
+{
+    const std::wstring strUser = CurrentUserName();
+    ASSERT_FALSE(strUser.empty());
+    ::SetEnvironmentVariableW(L"ORVPRINT_SYSTEM_ACCOUNT", strUser.c_str());
+    StartServing();
+    ::SetEnvironmentVariableW(L"ORVPRINT_SYSTEM_ACCOUNT", nullptr);
+    ASSERT_TRUE(m_pOrvprintD);
+    EXPECT_TRUE(m_pOrvprintD->IsRunning());
+    EXPECT_TRUE(IsServing());
+    EXPECT_EQ(OrvUtility::NAMED_MUTEX_OWNED, OrvUtility::ProbeNamedMutex(INSTANCE_MUTEX));
 }
 
 TEST_F(EndToEndWin32Test, RunValueWrittenWhenAbsent)
@@ -388,6 +405,23 @@ TEST_F(EndToEndWin32Test, QuitWithoutRunningInstanceSaysSo)
     auto quit = StartProgram({"--quit"});
     ASSERT_TRUE(quit);
     EXPECT_EQ(3, WaitExit(*quit, std::chrono::seconds(90)));
+}
+
+// An instance that this user cannot end (another account's) holds the
+// instance mutex: --quit ends with its own exit code, not "not running".
+TEST_F(EndToEndWin32Test, QuitThatCannotEndTheInstanceSaysSo)
+{
+    bool bExists = false;
+    OrvUtility::NamedHandle hInstance = OrvUtility::CreateNamedMutex(INSTANCE_MUTEX.c_str(), true,
+                                                                     OrvUtility::EVERYONE_MUTEX_ALL_ACCESS, &bExists);
+    ASSERT_NE(nullptr, hInstance);
+    ASSERT_FALSE(bExists);
+    auto quit = StartProgram({"--quit"});
+    ASSERT_TRUE(quit);
+    const int iExit = WaitExit(*quit, std::chrono::seconds(90));
+    OrvUtility::ReleaseNamedMutex(hInstance);
+    OrvUtility::CloseNamedObject(hInstance);
+    EXPECT_EQ(5, iExit);
 }
 
 TEST_F(EndToEndWin32Test, VersionAndHelpEndAtOnce)

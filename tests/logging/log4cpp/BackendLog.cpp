@@ -2,6 +2,7 @@
 
 #include "logging/LogFacade.h"
 #include "logging/ThreadId.h"
+#include "support/TextLines.h"
 
 namespace logtest {
 
@@ -33,16 +34,7 @@ std::string BackendLog::Text() const
 
 std::vector<std::string> BackendLog::Lines() const
 {
-    std::vector<std::string> lines;
-    const std::string strText = Text();
-    size_t uiStart = 0;
-    while (uiStart < strText.size()) {
-        size_t uiEnd = strText.find('\n', uiStart);
-        if (uiEnd == std::string::npos) uiEnd = strText.size();
-        lines.push_back(strText.substr(uiStart, uiEnd - uiStart));
-        uiStart = uiEnd + 1;
-    }
-    return lines;
+    return orvtest::SplitLines(Text());
 }
 
 int BackendLog::Count(const std::string& strPart) const

@@ -17,7 +17,7 @@ public:
     BackendLog& operator=(const BackendLog&) = delete;
 
     std::string Text() const;
-    // Text split at each "\n" (a final line end opens no further line).
+    // Text split into lines (either line end; a final one opens no further line).
     std::vector<std::string> Lines() const;
     int Count(const std::string& strPart) const;
     const orvtest::TempFolder& Folder() const { return m_folder; }

@@ -11,6 +11,7 @@
 #include "logging/LogFacade.h"
 #include "logging/LogMacros.h"
 #include "logging/OutputSwitchTable.h"
+#include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/LogState.h"
 
 using logtest::BackendLog;

@@ -5,6 +5,7 @@
 #include "BackendLog.h"
 #include "logging/LogMacros.h"
 #include "logging/log4cpp/LogFilter.h"
+#include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/LogState.h"
 
 using logtest::BackendLog;

@@ -6,6 +6,7 @@
 #include "BackendLog.h"
 #include "logging/FunctionTrace.h"
 #include "logging/LogMacros.h"
+#include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/LogState.h"
 
 using logtest::BackendLog;

@@ -1,4 +1,3 @@
-#include <clocale>
 #include "logging/ValueText.h"
 
 namespace paramtrace {
@@ -7,7 +6,7 @@ void SetRecordTextLocaleOnce(bool& bDone)
 {
     if (!bDone) {
         bDone = true;
-        setlocale(LC_ALL, "chs");
+        SetRecordTextLocale();
     }
 }
 

@@ -1,0 +1,10 @@
+#include "app/AppPlatform.h"
+
+namespace AppPlatform {
+
+std::wstring GetSystemAccountName()
+{
+    return L"SYSTEM";
+}
+
+} // namespace AppPlatform

@@ -1,0 +1,78 @@
+// Log files that went away while the program runs are opened again at their
+// configured path. log4cpp's file appenders keep writing into a deleted file,
+// and a rolling one stops for good after a roll-over that failed; until
+// logging is started again (the next log-on) nothing would be written.
+#include <memory>
+#include <set>
+#include <vector>
+#include <log4cpp/Category.hh>
+#include <log4cpp/FileAppender.hh>
+#include "logging/ErrorState.h"
+#include "logging/LogFacade.h"
+#include "logging/log4cpp/LogFileState.h"
+#include "logging/log4cpp/LogState.h"
+#include "logging/log4cpp/LogWriteLock.h"
+
+namespace {
+
+// The configured path and the descriptor of a file appender, which log4cpp
+// keeps protected.
+struct FileAppenderAccess : log4cpp::FileAppender {
+    static const std::string& FileName(const log4cpp::FileAppender& appender)
+    {
+        return appender.*(&FileAppenderAccess::_fileName);
+    }
+    static int Descriptor(const log4cpp::FileAppender& appender) { return appender.*(&FileAppenderAccess::_fd); }
+};
+
+std::set<log4cpp::FileAppender*> AllFileAppenders()
+{
+    std::set<log4cpp::FileAppender*> setFiles;
+    std::unique_ptr<std::vector<log4cpp::Category*>> pCategories(log4cpp::Category::getCurrentCategories());
+    if (!pCategories) {
+        return setFiles;
+    }
+    for (log4cpp::Category* pCategory : *pCategories) {
+        for (log4cpp::Appender* pAppender : pCategory->getAllAppenders()) {
+            if (auto* pFile = dynamic_cast<log4cpp::FileAppender*>(pAppender)) {
+                setFiles.insert(pFile);
+            }
+        }
+    }
+    return setFiles;
+}
+
+} // namespace
+
+int ReopenMissingLogFiles()
+{
+    if (LogState::IsDisabled()) {
+        return 0;
+    }
+    CallerErrorState errorState;
+    int iReopened = 0;
+    try {
+        for (log4cpp::FileAppender* pFile : AllFileAppenders()) {
+            const std::string& strPath = FileAppenderAccess::FileName(*pFile);
+            if (strPath.empty()) {
+                continue; // made on a descriptor: nothing to reopen
+            }
+            {
+                // The descriptor is read where no write can change it.
+                const auto lock = LogWriteLock::ForReopen();
+                if (!LogFileState::IsGone(strPath, FileAppenderAccess::Descriptor(*pFile))) {
+                    continue;
+                }
+            }
+            if (!LogFileState::MakeFolderOf(strPath)) {
+                continue;
+            }
+            const auto lock = LogWriteLock::ForReopen();
+            if (pFile->reopen()) {
+                ++iReopened;
+            }
+        }
+    } catch (...) {
+    }
+    return iReopened;
+}

@@ -1,0 +1,35 @@
+#include "logging/log4cpp/LogFileState.h"
+
+#include <windows.h>
+
+namespace LogFileState {
+
+// An open log file cannot be removed on Windows (log4cpp opens it without
+// FILE_SHARE_DELETE), nor can its folder: the file is gone only when it
+// could not be opened at all, or when it is missing after all.
+bool IsGone(const std::string& strPath, int iFd)
+{
+    return iFd < 0 || GetFileAttributesA(strPath.c_str()) == INVALID_FILE_ATTRIBUTES;
+}
+
+bool MakeFolderOf(const std::string& strPath)
+{
+    const size_t uiSlash = strPath.find_last_of("\\/");
+    if (uiSlash == std::string::npos) {
+        return true;
+    }
+    const std::string strFolder = strPath.substr(0, uiSlash);
+    for (size_t uiAt = 1; uiAt <= strFolder.size(); ++uiAt) {
+        if (uiAt == strFolder.size() || strFolder[uiAt] == '\\' || strFolder[uiAt] == '/') {
+            const std::string strPart = strFolder.substr(0, uiAt);
+            if (strPart.size() == 2 && strPart[1] == ':') {
+                continue; // the drive
+            }
+            CreateDirectoryA(strPart.c_str(), nullptr);
+        }
+    }
+    const DWORD dwAttributes = GetFileAttributesA(strFolder.c_str());
+    return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+} // namespace LogFileState

@@ -1,0 +1,11 @@
+#include <clocale>
+#include "logging/ValueText.h"
+
+namespace paramtrace {
+
+void SetRecordTextLocale()
+{
+    setlocale(LC_ALL, "chs");
+}
+
+} // namespace paramtrace

@@ -13,7 +13,7 @@
 # tests/fuzz/sanitizers/. Environment: ORV_BUILD_ROOT (default build),
 # ORV_JOBS (default 2), ORV_ASAN_CTEST_ARGS (more ctest arguments for the
 # asan run, e.g. "-E orv_e2e_tests"), ORV_TSAN_APP_FILTER (GoogleTest filter
-# of orv_app_tests under ThreadSanitizer, default *Popup*).
+# of orv_app_tests under ThreadSanitizer, default *Popup*:*LogReopen*).
 set -uo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -93,7 +93,7 @@ run_tsan() {
     bin=$(find "$dir" -type f -name "$t" -perm -u+x | head -1)
     [ -n "$bin" ] || { echo "   $t: not built"; continue; }
     filter='*'
-    [ "$t" = orv_app_tests ] && filter=${ORV_TSAN_APP_FILTER:-*Popup*}
+    [ "$t" = orv_app_tests ] && filter=${ORV_TSAN_APP_FILTER:-*Popup*:*LogReopen*}
     if (cd "$dir" && timeout 1200 "$bin" --gtest_filter="$filter" --gtest_output="xml:$dir/test-results/$t.xml") \
          >"$dir/$t.log" 2>&1; then
       echo "   $t ($filter): $(grep -Eo '\[  PASSED  \] [0-9]+ tests?' "$dir/$t.log" | head -1)"

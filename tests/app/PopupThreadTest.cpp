@@ -224,3 +224,41 @@ TEST_F(PopupThreadTest, MalformedRequestsAreAnsweredAsCancelledAndServingGoesOn)
         EXPECT_EQ(1, cap.Count("INFO - User clicked OK, orvprintD dialog closed."));
     }
 }
+
+// Pause and Resume of the popup thread do nothing but their trace scopes:
+// both answer 0, and the thread goes on serving as before.
+TEST_F(PopupThreadTest, PauseAndResumeReturnZeroAndChangeNothing)
+{
+    orvtest::LogCapture cap("OutputFunBeginInfo.OrvprintD_exe=true\n");
+    std::atomic<int> iDialogs{0};
+    ScriptDialogs(iDialogs, [](orvtest::CFakeOrvprintDDlgView& v) { v.ClickOk(); });
+    const std::wstring strName = UniqueQueueName();
+    CPopupThread objThread(strName);
+    const int32_t iStatusBefore = objThread.GetStatus();
+    EXPECT_EQ(0u, objThread.Pause());
+    EXPECT_EQ(0u, objThread.Resume());
+    EXPECT_EQ(iStatusBefore, objThread.GetStatus());
+    ASSERT_EQ(0u, objThread.Begin());
+    orvtest::WaitServingEvents([&] { return IsServing(strName); });
+
+    const int32_t iStatusRunning = objThread.GetStatus();
+    EXPECT_EQ(0u, objThread.Pause());
+    EXPECT_EQ(iStatusRunning, objThread.GetStatus());
+    // Paused or not, a request is answered.
+    auto pSender = orvtest::ChildProcess::StartSelf("PopupSender", {Language::Utf8FromWide(strName), "1"});
+    ASSERT_TRUE(pSender);
+    orvtest::WaitServingEvents([&] { return !pSender->IsRunning(); });
+    EXPECT_EQ(0, pSender->Wait());
+    EXPECT_EQ(1, iDialogs.load());
+    EXPECT_EQ(0u, objThread.Resume());
+    EXPECT_EQ(iStatusRunning, objThread.GetStatus());
+    EXPECT_TRUE(IsServing(strName));
+
+    objThread.ForceQuit();
+    objThread.Join();
+    EXPECT_EQ(6, objThread.GetLoopResult());
+    if (cap.Available()) {
+        EXPECT_EQ(2, cap.Count("CPopupThread::Pause :START......"));
+        EXPECT_EQ(2, cap.Count("CPopupThread::Resume :START......"));
+    }
+}

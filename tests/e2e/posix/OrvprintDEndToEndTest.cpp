@@ -8,16 +8,19 @@
 #include <cstdio>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <future>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 #include "EndToEndFixture.h"
 #include "support/ChildProcess.h"
 #include "support/TempFolder.h"
 #include "utility/NamedMutex.h"
+#include "utility/posix/NamedObjectPath.h"
 
 namespace {
 
@@ -96,6 +99,49 @@ TEST_F(EndToEndTest, SecondStartEndsAndLeavesTheFirstServing)
     EXPECT_NE(std::string::npos, Log().find("Another instance already running."));
     EXPECT_TRUE(m_pOrvprintD->IsRunning());
     EXPECT_TRUE(IsServing());
+}
+
+// A second start that is denied the instance mutex (its lock file belongs to
+// another account) ends like one that finds it held: the warning, exit 0,
+// nothing served.
+TEST_F(EndToEndTest, SecondStartDeniedTheInstanceMutexEndsLikeOneThatFindsIt)
+{
+    OrvUtility::CNamedObjectLocation location;
+    ASSERT_TRUE(OrvUtility::LocateNamedObject(INSTANCE_MUTEX, location));
+    const int iFd = open(location.Path().c_str(), O_CREAT | O_EXCL | O_WRONLY, 0600);
+    ASSERT_GE(iFd, 0) << location.Path();
+    close(iFd);
+    std::vector<std::string> vecArgs;
+    std::string strProgram = BinPath("OrvprintD");
+    if (geteuid() == 0) {
+        // Root opens any file: start the program as another account, to which
+        // the fixture's folders are opened (the lock file stays root's, 0600).
+        for (const char* szSub : {"", "install", "temp", "shm", "xdg", "cups", "cups/filter"}) {
+            chmod(m_tmp.File(szSub).c_str(), 0755);
+        }
+        chmod(m_tmp.Path().c_str(), 0755);
+        chmod(m_tmp.File("log").c_str(), 0777);
+        chmod(m_tmp.File("run").c_str(), 0777);
+        vecArgs = {"--reuid=65534", "--regid=65534", "--clear-groups", strProgram};
+        strProgram = "/usr/bin/setpriv";
+    } else {
+        chmod(location.Path().c_str(), 0);
+    }
+    // No display is needed: it ends before any window.
+    setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    auto second = orvtest::ChildProcess::Start(strProgram, vecArgs);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    ASSERT_TRUE(second);
+    const bool bEnded = WaitFor([&] { return !second->IsRunning(); });
+    if (!bEnded) {
+        second->Kill();
+    }
+    ASSERT_TRUE(bEnded) << "the second start did not end\n" << Log();
+    EXPECT_EQ(0, second->Wait());
+    const std::string strLog = Log();
+    EXPECT_NE(std::string::npos, strLog.find(") : dwLastError = 13")) << strLog;
+    EXPECT_NE(std::string::npos, strLog.find("Another instance already running.")) << strLog;
+    EXPECT_FALSE(IsServing());
 }
 
 TEST_F(EndToEndTest, SystemAccountEndsAtOnce)

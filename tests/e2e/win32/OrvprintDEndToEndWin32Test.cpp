@@ -67,6 +67,38 @@ TEST_F(EndToEndWin32Test, SecondStartEndsAtOnceAndLeavesTheFirstServing)
     EXPECT_EQ(1, ReplyResult(exchange.reply));
 }
 
+// A second start that is denied the instance mutex (another session's, with
+// an access list that leaves this user out: error 5) ends like one that
+// finds it existing (183): at once, exit 0, nothing shown, nothing served.
+TEST_F(EndToEndWin32Test, SecondStartDeniedTheInstanceMutexEndsLikeOneThatFindsIt)
+{
+    SECURITY_DESCRIPTOR sd;
+    ASSERT_TRUE(::InitializeSecurityDescriptor(&sd, SECURITY_DESCRIPTOR_REVISION));
+    ACL acl;
+    ASSERT_TRUE(::InitializeAcl(&acl, sizeof(acl), ACL_REVISION)); // empty: nobody may open it
+    ASSERT_TRUE(::SetSecurityDescriptorDacl(&sd, TRUE, &acl, FALSE));
+    SECURITY_ATTRIBUTES sa = {sizeof(sa), &sd, FALSE};
+    HANDLE hInstance = ::CreateMutexW(&sa, FALSE, INSTANCE_MUTEX.c_str());
+    ASSERT_NE(nullptr, hInstance);
+    // What the program's own create gets.
+    HANDLE hProbe = ::CreateMutexW(nullptr, TRUE, INSTANCE_MUTEX.c_str());
+    const DWORD dwProbeError = ::GetLastError();
+    if (hProbe) {
+        ::CloseHandle(hProbe);
+        ::CloseHandle(hInstance);
+        GTEST_SKIP() << "this Wine does not deny a named mutex by its access list (error " << dwProbeError << ")";
+    }
+    ASSERT_EQ(static_cast<DWORD>(ERROR_ACCESS_DENIED), dwProbeError);
+
+    auto second = StartProgram();
+    ASSERT_TRUE(second);
+    const ShortRun run = RunToEnd(*second);
+    ::CloseHandle(hInstance);
+    EXPECT_EQ(0, run.iExitCode);
+    EXPECT_FALSE(run.bBoxShown);
+    EXPECT_FALSE(IsServing());
+}
+
 TEST_F(EndToEndWin32Test, SystemAccountEndsAtOnceWithoutTakingTheInstance)
 {
     DeleteValue(RUN_KEY, RUN_VALUE);

@@ -67,6 +67,9 @@ public:
     uint64_t GetResponseCapacity() const { return m_uiResponseCapacity; }
 
 private:
+    // Tests put a handle in place that makes the wait fail.
+    friend class CMsgQueueExTestPeer;
+
     int32_t m_bConstructFailed;
     NamedHandle m_hMapFile;
     uint8_t* m_pbyBuffer;

@@ -12,6 +12,17 @@
 #include "utility/NamedMutex.h"
 #include "utility/SharedBlock.h"
 
+namespace OrvUtility {
+
+// Reaches the queue's quit event, to put a handle in its place with which
+// the wait fails.
+class CMsgQueueExTestPeer {
+public:
+    static NamedHandle& QuitEvent(CMsgQueueEx& queue) { return queue.m_hEventQuit; }
+};
+
+} // namespace OrvUtility
+
 using namespace OrvUtility;
 using orvtest::BLOCK_SIZE;
 using orvtest::R;
@@ -344,5 +355,34 @@ TEST_F(MsgQueueExTest, OpenOrCreateLogsTheOpenFailureThenTheCreate)
         EXPECT_EQ(1, cap.Count(") : hFileMapping = 0x"));
         EXPECT_EQ(1, cap.Count(") : pbyBuffer = 0x"));
         EXPECT_TRUE(cap.Contains("Src/PrintingService/Common/Include/MsgQueueEx.cpp("));
+    }
+}
+
+// A wait that fails writes nothing into the block but still sets the
+// response event: a sender that waits is always released.
+TEST_F(MsgQueueExTest, AFailedWaitStillReleasesTheSender)
+{
+    orvtest::LogCapture cap;
+    CMsgQueueEx queue(m_strBase, R, S);
+    ASSERT_FALSE(queue.IsConstructionFailed());
+    OpenSenderSide();
+    PostRequest(orvtest::MakeJobRequest(0, 0));
+    queue.GetBuffer()[8 + R] = 0x77;
+    queue.GetBuffer()[16 + R + S] = 0x99;
+    NamedHandle hQuit = CMsgQueueExTestPeer::QuitEvent(queue);
+    CMsgQueueExTestPeer::QuitEvent(queue) = nullptr; // the wait cannot use it
+    int iCalls = 0;
+    const uint32_t uiCode = queue.RecvMsg([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+        ++iCalls;
+        return 0;
+    });
+    CMsgQueueExTestPeer::QuitEvent(queue) = hQuit;
+    EXPECT_EQ(4u, uiCode);
+    EXPECT_EQ(0, iCalls);
+    EXPECT_EQ(0x77, queue.GetBuffer()[8 + R]);
+    EXPECT_EQ(0x99, queue.GetBuffer()[16 + R + S]);
+    EXPECT_EQ(NAMED_WAIT_OBJECT_0, WaitForNamedEvent(m_hResponse.h, 0));
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains("dwIndex = -1"));
     }
 }

@@ -394,7 +394,8 @@ void PutConversion(RecordSink& sink, const ConversionSpec& spec, const char* pby
     }
     case 'c':
         if (IsLong(spec)) {
-            const wchar_t szChar[2] = {static_cast<wchar_t>(va_arg(*pva, wint_t)), L'\0'};
+            // wint_t is promoted to an int (Windows: it is 16 bits wide).
+            const wchar_t szChar[2] = {static_cast<wchar_t>(va_arg(*pva, unsigned int)), L'\0'};
             ConversionSpec charSpec = spec;
             charSpec.iPrecision = -1;
             PutWideText(sink, charSpec, szChar, 1);

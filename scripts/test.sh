@@ -65,6 +65,25 @@ run_tests() { # name dir
   return $rc
 }
 
+# Ends programs of this build root that a test left running (a test binary
+# that crashed cannot end what it started), and says which.
+end_leftovers() {
+  local exe target pid
+  for exe in /proc/[0-9]*/exe; do
+    target=$(readlink "$exe" 2>/dev/null) || continue
+    case "$target" in
+      "$build_root"/*)
+        pid=${exe#/proc/}; pid=${pid%/exe}
+        echo "   note: ending $target (pid $pid), left running by a test"
+        kill -9 "$pid" 2>/dev/null || true ;;
+    esac
+  done
+  local prefix
+  for prefix in "$win_dir"/wineprefix*; do
+    [ -d "$prefix" ] && WINEPREFIX=$prefix wineserver -k >/dev/null 2>&1 || true
+  done
+}
+
 TOTAL_PASSED=0; TOTAL_FAILED=0; TOTAL_SKIPPED=0
 mkdir -p "$build_root"
 
@@ -113,6 +132,8 @@ if [ "${ORV_TEST_SANITIZERS:-1}" != 0 ]; then
     fi
   done
 fi
+
+end_leftovers
 
 # Totals (recomputed here: the summaries above ran in subshells).
 TOTAL_PASSED=0; TOTAL_FAILED=0; TOTAL_SKIPPED=0

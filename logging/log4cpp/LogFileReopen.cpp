@@ -2,13 +2,14 @@
 // configured path. log4cpp's file appenders keep writing into a deleted file,
 // and a rolling one stops for good after a roll-over that failed; until
 // logging is started again (the next log-on) nothing would be written.
+#include "logging/LogFacade.h"
+
 #include <memory>
 #include <set>
 #include <vector>
 #include <log4cpp/Category.hh>
 #include <log4cpp/FileAppender.hh>
 #include "logging/ErrorState.h"
-#include "logging/LogFacade.h"
 #include "logging/log4cpp/LogFileState.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/LogWriteLock.h"

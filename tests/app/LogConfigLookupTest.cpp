@@ -64,7 +64,7 @@ TEST_F(LogConfigLookupTest, AChineseInstallDirIsFoundInTheSystemCodePage)
         GTEST_SKIP() << "the system code page has no Chinese characters (run with LANG=zh_CN.UTF-8)";
     }
     const std::wstring strFolder = Folder() + AppPlatform::GetPathSeparator() + L"安装目录";
-    const std::filesystem::path objFolder = std::filesystem::u8path(Language::Utf8FromWide(strFolder));
+    const std::filesystem::path objFolder(strFolder);
     ASSERT_TRUE(std::filesystem::create_directory(objFolder));
     {
         std::FILE* pFile = std::fopen(ConfigIn(strFolder).c_str(), "w");

@@ -7,7 +7,9 @@
 namespace orvtest {
 
 // A real child process, by default this test binary re-launched with
-// "--orv-child=NAME args...". Killed (if still running) when destroyed.
+// "--orv-child=NAME args...". Killed (if still running) when destroyed; on
+// Linux with what it started (its process group), so that no program a test
+// started outlives the test, also when the test fails.
 class ChildProcess {
 public:
     // Starts this test binary running the child entry NAME.

@@ -33,8 +33,17 @@ std::unique_ptr<ChildProcess> ChildProcess::Start(const std::string& strPath, co
     argv.push_back(const_cast<char*>(strPath.c_str()));
     for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
     argv.push_back(nullptr);
+    // The child leads a process group of its own, which whatever it starts
+    // joins (OrvprintD's client tool, for one): ending the group ends them
+    // all, however far their start has come.
+    posix_spawnattr_t attr;
+    posix_spawnattr_init(&attr);
+    posix_spawnattr_setflags(&attr, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&attr, 0);
     pid_t pid = 0;
-    if (posix_spawn(&pid, strPath.c_str(), nullptr, nullptr, argv.data(), environ) != 0) {
+    const int iSpawned = posix_spawn(&pid, strPath.c_str(), nullptr, &attr, argv.data(), environ);
+    posix_spawnattr_destroy(&attr);
+    if (iSpawned != 0) {
         return nullptr;
     }
     std::unique_ptr<ChildProcess> p(new ChildProcess());
@@ -45,6 +54,8 @@ std::unique_ptr<ChildProcess> ChildProcess::Start(const std::string& strPath, co
 ChildProcess::~ChildProcess()
 {
     if (!m_bReaped) Kill();
+    // What the child started and left running (also when the test failed).
+    kill(-static_cast<pid_t>(m_ulPid), SIGKILL);
 }
 
 int ChildProcess::Wait()

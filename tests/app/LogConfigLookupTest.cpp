@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
 #include "app/AppPlatform.h"
 #include "app/OrvprintDApp.h"
 #include "language/AnsiText.h"
 #include "language/MachineRegistryTestStore.h"
 #include "language/TextConvert.h"
+#include "support/TempFolder.h"
 
 namespace {
 
@@ -64,8 +64,7 @@ TEST_F(LogConfigLookupTest, AChineseInstallDirIsFoundInTheSystemCodePage)
         GTEST_SKIP() << "the system code page has no Chinese characters (run with LANG=zh_CN.UTF-8)";
     }
     const std::wstring strFolder = Folder() + AppPlatform::GetPathSeparator() + L"安装目录";
-    const std::filesystem::path objFolder(strFolder);
-    ASSERT_TRUE(std::filesystem::create_directory(objFolder));
+    ASSERT_TRUE(orvtest::MakeFolder(strFolder));
     {
         std::FILE* pFile = std::fopen(ConfigIn(strFolder).c_str(), "w");
         ASSERT_NE(nullptr, pFile);
@@ -82,5 +81,4 @@ TEST_F(LogConfigLookupTest, AChineseInstallDirIsFoundInTheSystemCodePage)
     if (pFile) {
         std::fclose(pFile);
     }
-    std::filesystem::remove_all(objFolder);
 }

@@ -83,8 +83,8 @@ TEST(LogTextTest, ParameterTextWithEscapedValueIsLoggedLiterally)
         << cap.Text();
 }
 
-// Records are cut at their buffer's end, and the C library stops converting
-// a name at a character it cannot write. Either can leave one "%" of an
+// Records are cut at their buffer's end, and a record ends before a name
+// with a character the record's locale cannot write. Either can leave one "%" of an
 // escaped "%%" at the end of the record; each call must still return and
 // write its record, with the names' "%" signs coming out single.
 TEST(LogTextTest, RecordsThatStopInsideAnEscapedPercentAreWritten)
@@ -118,6 +118,7 @@ TEST(LogTextTest, RecordsThatStopInsideAnEscapedPercentAreWritten)
     EXPECT_EQ('a', vecRecords[1][0]);
     EXPECT_GT(vecRecords[1].size(), 300u);
     EXPECT_EQ(std::string::npos, vecRecords[1].find_first_not_of('%', 1)) << vecRecords[1];
-    // The C library writes nothing of a name it cannot convert and stops there.
+    // Nothing of a name that cannot be converted, and nothing after it, on
+    // every platform (the facade forms the record itself).
     EXPECT_EQ("", vecRecords[2]);
 }

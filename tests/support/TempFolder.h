@@ -25,4 +25,8 @@ private:
 
 std::string ReadWholeFile(const std::string& strPath);
 
+// Creates a folder named by wide text (Chinese names too), whatever the C
+// and C++ locales. True when it was made.
+bool MakeFolder(const std::wstring& strPath);
+
 } // namespace orvtest

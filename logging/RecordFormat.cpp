@@ -76,6 +76,17 @@ int ClampField(long lValue)
     return lValue > kMaxField ? kMaxField : static_cast<int>(lValue);
 }
 
+// A width or precision written in digits; p is left behind them.
+int ReadField(const char*& p)
+{
+    long lValue = 0;
+    while (*p >= '0' && *p <= '9') {
+        lValue = lValue < kMaxField ? lValue * 10 + (*p - '0') : lValue;
+        ++p;
+    }
+    return ClampField(lValue);
+}
+
 // Reads flags, width, precision and length after a "%". Returns the
 // position of the conversion character (or of the terminating NUL).
 const char* ParseSpec(const char* p, ConversionSpec& spec, va_list* pva)
@@ -104,12 +115,7 @@ const char* ParseSpec(const char* p, ConversionSpec& spec, va_list* pva)
         spec.iWidth = ClampField(iWidth);
         ++p;
     } else {
-        long lWidth = 0;
-        while (*p >= '0' && *p <= '9') {
-            lWidth = lWidth < kMaxField ? lWidth * 10 + (*p - '0') : lWidth;
-            ++p;
-        }
-        spec.iWidth = ClampField(lWidth);
+        spec.iWidth = ReadField(p);
     }
     if (*p == '.') {
         ++p;
@@ -118,12 +124,7 @@ const char* ParseSpec(const char* p, ConversionSpec& spec, va_list* pva)
             spec.iPrecision = iPrecision < 0 ? -1 : ClampField(iPrecision);
             ++p;
         } else {
-            long lPrecision = 0;
-            while (*p >= '0' && *p <= '9') {
-                lPrecision = lPrecision < kMaxField ? lPrecision * 10 + (*p - '0') : lPrecision;
-                ++p;
-            }
-            spec.iPrecision = ClampField(lPrecision);
+            spec.iPrecision = ReadField(p);
         }
     }
     static const char* const aszLengths[] = {"I64", "I32", "hh", "ll", "h", "l", "j", "z", "t", "L", "q", "I"};

@@ -179,4 +179,10 @@ protected:
     std::string m_strConfig;
 };
 
+// "File" and "RollingFile", the names of the two instantiations.
+inline std::string AppenderKindName(const ::testing::TestParamInfo<AppenderKind>& info)
+{
+    return info.param == ROLLING_FILE ? std::string("RollingFile") : std::string("File");
+}
+
 } // namespace logtest

@@ -31,7 +31,4 @@ TEST_P(LogFolderFaultTest, TheFolderStaysWhileLoggingHoldsTheFileAndLoggingGoesO
 }
 
 INSTANTIATE_TEST_SUITE_P(Appenders, LogFolderFaultTest, ::testing::Values(logtest::PLAIN_FILE, logtest::ROLLING_FILE),
-                         [](const ::testing::TestParamInfo<logtest::AppenderKind>& info) {
-                             return info.param == logtest::ROLLING_FILE ? std::string("RollingFile")
-                                                                        : std::string("File");
-                         });
+                         logtest::AppenderKindName);

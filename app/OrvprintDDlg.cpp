@@ -1,10 +1,10 @@
 #include "app/OrvprintDDlg.h"
 
 #include <cstring>
-#include <cwctype>
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlgConfig.h"
 #include "app/OrvprintDDlgViewFactory.h"
+#include "language/CaseFold.h"
 #include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "logging/FunctionParameters.h"
@@ -31,28 +31,10 @@ std::wstring Text(const char16_t* szText, size_t uiChars)
     return Language::WideFromUtf16(szText, uiChars);
 }
 
-wchar_t FoldCase(wchar_t ch)
-{
-    return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(ch)));
-}
-
-bool StartsWithNoCase(const std::wstring& strText, const std::wstring& strPrefix)
-{
-    if (strPrefix.size() > strText.size()) {
-        return false;
-    }
-    for (size_t i = 0; i < strPrefix.size(); ++i) {
-        if (FoldCase(strText[i]) != FoldCase(strPrefix[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 COrvprintDDlg::COrvprintDDlg(void* pRecvBuffer, uint64_t* puiRecvSize, void* pRespBuffer, uint64_t* puiRespSize)
-    : m_puiRespSize(puiRespSize)
+    : m_puiRespSize(puiRespSize), m_bInitFailed(false)
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::COrvprintDDlg");
     FunctionParameters params("COrvprintDDlg::COrvprintDDlg");
@@ -93,10 +75,12 @@ bool COrvprintDDlg::OnInitDialog()
         InitContorls(*m_spConfig);
     } catch (const COrvprintDDlgException&) {
         ORV_LOG_ERROR("%s(%d) : %s", "catched COrvprintDDlgException. Failed to initialize orvprintD dialog.");
+        m_bInitFailed = true;
         m_pView->ShowMessageBox(L"初始化打印选择对话框失败。");
         return false;
     } catch (const COrvConfigException&) {
         ORV_LOG_ERROR("%s(%d) : %s", "catched COrvConfigException. Failed to read config file.");
+        m_bInitFailed = true;
         m_pView->ShowMessageBox(L"读取配置文件失败。");
         return false;
     }
@@ -217,7 +201,7 @@ int COrvprintDDlg::FindItemByPrefix(const IOrvprintDDlgView& objView, IOrvprintD
     const int iCount = objView.GetItemCount(eList);
     for (int k = 1; k <= iCount; ++k) {
         const int iIndex = k % iCount;
-        if (StartsWithNoCase(objView.GetItemText(eList, iIndex), strPrefix)) {
+        if (Language::StartsWithNoCase(objView.GetItemText(eList, iIndex), strPrefix)) {
             return iIndex;
         }
     }
@@ -335,6 +319,13 @@ void COrvprintDDlg::OnCbnSelchangeProjectSel()
 void COrvprintDDlg::OnBnClickedOk()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnBnClickedOk");
+    if (m_bInitFailed) {
+        // The lists were never (or only partly) filled: the OK button the
+        // template left enabled must not confirm a print without a printer.
+        ORV_LOG_WARNING("%s(%d) : %s", "OK after a failed initialisation answers as Cancel.");
+        AnswerCancelled();
+        return;
+    }
     const CJobOptionData::PRINTER_INFO& stuPrinterInfo =
         m_mapPrinter[m_pView->GetCurSel(IOrvprintDDlgView::PRINTER_LIST)];
     const CJobOptionData::PROJECT_INFO& stuProjectInfo =
@@ -362,6 +353,12 @@ void COrvprintDDlg::OnBnClickedOk()
 void COrvprintDDlg::OnBnClickedCancel()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnBnClickedCancel");
+    AnswerCancelled();
+}
+
+void COrvprintDDlg::AnswerCancelled()
+{
+    // The ids stay zeroed as the constructor left them.
     m_pJobSelected->SetResult(CJobSelectedData::RESULT_CANCEL);
     *m_puiRespSize = CJobSelectedData::TOTAL_BUFFER_SIZE;
     m_pView->EndDialog(RESULT_CANCEL);

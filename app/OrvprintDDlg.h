@@ -72,6 +72,9 @@ public:
                                 const std::wstring& strPrefix);
 
 private:
+    // Result 1, the ids as the constructor zeroed them, the full size; ends
+    // the dialog with RESULT_CANCEL.
+    void AnswerCancelled();
     void SelectDefault(IOrvprintDDlgView::EList eList, const std::wstring& strDefault);
 
     std::unique_ptr<CJobOptionData> m_pJobOption;
@@ -84,4 +87,7 @@ private:
     ViewFactory m_fnViewFactory;
     ConfigFactory m_fnConfigFactory;
     std::unique_ptr<IOrvprintDDlgView> m_pView;
+    // OnInitDialog failed (settings unreadable or the lists not filled): OK
+    // then answers as Cancel does.
+    bool m_bInitFailed;
 };

@@ -360,6 +360,35 @@ TEST_F(OrvprintDDlgTest, FindItemByPrefixRule)
     EXPECT_EQ(-1, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PROJECT_LIST, L"a"));
 }
 
+TEST_F(OrvprintDDlgTest, DefaultsMatchCaseInsensitivelyOverAllOfUnicode)
+{
+    // In the "C" locale towlower folds A-Z only; the match must not depend on it.
+    m_spConfig->m_strDefaultPrinter = L"äbc";
+    m_spConfig->m_strDefaultProject = L"σχέδιο";
+    m_request.Printer(u"P0", u"Canon")
+        .Printer(u"P1", u"Äbc Drucker")
+        .Project(u"J0", u"Проект")
+        .Project(u"J1", u"ΣΧΈΔΙΟ Α");
+    Run(OK);
+    EXPECT_EQ(1, m_pView->m_iPrinterSel);
+    EXPECT_EQ(1, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgTest, DefaultsMatchFullwidthAndCyrillicLetters)
+{
+    m_spConfig->m_strDefaultPrinter = L"ａｂ";
+    m_spConfig->m_strDefaultProject = L"дом";
+    m_request.Printer(u"P0", u"Canon")
+        .Printer(u"P1", u"ＡＢＣ打印机")
+        .Project(u"J0", u"Проект")
+        .Project(u"J1", u"ДОМ 2");
+    Run(OK);
+    EXPECT_EQ(1, m_pView->m_iPrinterSel);
+    EXPECT_EQ(1, m_pView->m_iProjectSel);
+    EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+}
+
 // ------------------------------------------------------------- project list
 
 TEST_F(OrvprintDDlgTest, NoProjectEntryComesFirstAndShowsEmptyLabels)
@@ -574,6 +603,42 @@ TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)
         EXPECT_TRUE(cap.Contains("ERROR - app/OrvprintDDlg.cpp(")) << cap.Text();
         EXPECT_TRUE(cap.Contains(") : catched COrvConfigException. Failed to read config file.")) << cap.Text();
     }
+}
+
+TEST_F(OrvprintDDlgTest, OkAfterConfigFailureAnswersAsCancel)
+{
+    orvtest::LogCapture cap;
+    m_bConfigThrows = true;
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](CFakeOrvprintDDlgView& v) {
+                  ASSERT_EQ(1u, v.m_vecMessages.size());
+                  EXPECT_EQ(L"读取配置文件失败。", v.m_vecMessages[0]);
+                  EXPECT_TRUE(v.m_bOkEnabled);
+                  v.ClickOk();
+              }));
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    ExpectTailUntouched();
+    EXPECT_EQ(1, m_pView->m_iEndCount);
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains(") : OK after a failed initialisation answers as Cancel.")) << cap.Text();
+        EXPECT_FALSE(cap.Contains("Selected printer")) << cap.Text();
+    }
+}
+
+TEST_F(OrvprintDDlgTest, OkAfterFailedFillAnswersAsCancel)
+{
+    // Projects hidden: the printer was selected and OK enabled before the
+    // project list failed.
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_iFailProjectAdd = 0;
+    m_request.Printer(u"P0", u"Printer 0").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run(OK));
+    EXPECT_FALSE(m_pView->m_bInitResult);
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+    EXPECT_EQ(0, m_spConfig->m_iSetProjectCalls);
 }
 
 TEST_F(OrvprintDDlgTest, FailedPrinterAddTellsTheUser)

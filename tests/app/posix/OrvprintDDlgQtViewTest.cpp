@@ -465,6 +465,33 @@ TEST_F(OrvprintDDlgQtViewTest, ConfigFailureShowsMessageBoxWithApplicationTitle)
     EXPECT_EQ(QStringLiteral("OrvprintD"), m_vecCaptions[0]);
 }
 
+TEST_F(OrvprintDDlgQtViewTest, OkAfterConfigFailureAnswersAsCancel)
+{
+    m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
+    m_vecRequest = m_request.Build();
+    m_uiRecvSize = m_vecRequest.size();
+    m_abyReply.fill(0xAB);
+    m_uiRespSize = 44;
+    COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
+    COrvprintDDlgQtView* pView = nullptr;
+    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
+        std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
+        pView = p.get();
+        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
+    });
+    dlg.SetConfigFactory([]() -> std::shared_ptr<IOrvprintDDlgConfig> { throw COrvConfigException(0); });
+    QTimer::singleShot(0, [&pView]() {
+        ASSERT_TRUE(pView->OkButton()->isEnabled());
+        QTest::mouseClick(pView->OkButton(), Qt::LeftButton);
+    });
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
+    ASSERT_EQ(1u, m_vecMessages.size());
+    EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), m_vecMessages[0]);
+    EXPECT_EQ(1, ReplyResult());
+    EXPECT_EQ(std::vector<uint8_t>(40, 0), std::vector<uint8_t>(m_abyReply.begin() + 4, m_abyReply.end()));
+    EXPECT_EQ(44u, m_uiRespSize);
+}
+
 TEST_F(OrvprintDDlgQtViewTest, RealMessageBoxIsAnsweredWithOk)
 {
     COrvprintDDlgQtView::SetMessageBoxHandler(nullptr);

@@ -626,3 +626,19 @@ TEST_F(OrvprintDDlgWin32ViewTest, ConfigFailureShowsOkOnlyMessageBox)
     EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
     EXPECT_EQ(Answer(1, u"", u""), Reply());
 }
+
+TEST_F(OrvprintDDlgWin32ViewTest, OkAfterConfigFailureAnswersAsCancel)
+{
+    m_bConfigThrows = true;
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    ASSERT_EQ(1u, m_vecMessages.size());
+    EXPECT_EQ(L"读取配置文件失败。", m_vecMessages[0]);
+    ASSERT_TRUE(::IsWindowEnabled(::GetDlgItem(hDlg, IDOK)));
+    Click(hDlg, IDOK);
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+}

@@ -138,6 +138,42 @@ TEST_F(ClientInfoTest, ServerFieldsInOrder)
     EXPECT_EQ(4, config.blFilterInstall);
 }
 
+TEST_F(ClientInfoTest, AutoCancelSecondsReadWithTheServerValues)
+{
+    SERVER_CONFIG config;
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds); // no file: never
+    PutConfig(EXAMPLE);
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds); // no key: never
+    PutConfig("[ServerConfig]\nAuditInstalled=1\nAutoCancelSeconds=120\n");
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(120u, config.uiAutoCancelSeconds);
+    EXPECT_EQ(1, config.blAuditInstall);
+    // The dump keeps the four installed features only.
+    EXPECT_EQ("{,blWaterPrintInstall = 0,blAuditInstall = 1,blSGIdentifyInstall = 0,blFilterInstall = 0}",
+              paramtrace::ValueText<SERVER_CONFIG>::Text(config));
+    PutConfig("[ServerConfig]\nAutoCancelSeconds=2x\n");
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds);
+}
+
+TEST(ClientInfoValueTest, AutoCancelSecondsValues)
+{
+    EXPECT_EQ(1u, OrvUtility::ParseAutoCancelSeconds(L"1"));
+    EXPECT_EQ(30u, OrvUtility::ParseAutoCancelSeconds(L" 30 "));
+    EXPECT_EQ(86400u, OrvUtility::ParseAutoCancelSeconds(L"86400"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"86401"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"99999999999999999999"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"0"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L""));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"-5"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"+5"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"5s"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"1 0"));
+    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"abc"));
+}
+
 TEST_F(ClientInfoTest, BoolKeepsTheIntegerAndWritesOne)
 {
     PutConfig("[Setting]\nDisplayProjectSelection=2\nCanSelectNoPrinter=abc\nCanSelectNoProject=-1\n");

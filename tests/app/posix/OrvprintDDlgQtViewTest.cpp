@@ -1,6 +1,7 @@
 // The Qt window of the print-option dialog, on the offscreen platform.
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -9,6 +10,7 @@
 #include <QAbstractItemView>
 #include <QAccessible>
 #include <QInputMethodEvent>
+#include <QStyleOptionComboBox>
 #include <QApplication>
 #include <QDir>
 #include <QFontInfo>
@@ -86,6 +88,33 @@ int CountPixels(const QImage& image, const QRect& rc, bool (*pfnTest)(QRgb))
         }
     }
     return iCount;
+}
+
+// The dialog with its open list drawn where it lies, at the screen's scale.
+QImage GrabWithOpenList(COrvprintDDlgQtView& v, QComboBox* pCombo)
+{
+    QWidget* pPopup = pCombo->view()->window();
+    const qreal dScale = v.devicePixelRatioF();
+    QImage image = v.grab().toImage().convertToFormat(QImage::Format_ARGB32);
+    // Where the list lies: over the combo box with its current item on the
+    // field, as the style places it (computed here, because the offscreen
+    // platform places popups of a scaled screen at half their position).
+    const QPoint ptCombo = pCombo->mapTo(&v, QPoint(0, 0));
+    const QRect rcCurrent = pCombo->view()->visualRect(pCombo->view()->currentIndex());
+    const QPoint ptOffset(0, rcCurrent.isValid() ? -pCombo->view()->viewport()->mapTo(pPopup, rcCurrent.topLeft()).y()
+                                                 : pCombo->height());
+    const QPoint ptPopup = (ptCombo + ptOffset) * dScale;
+    QImage imagePopup = pPopup->grab().toImage();
+    // Drawn pixel for pixel.
+    image.setDevicePixelRatio(1);
+    imagePopup.setDevicePixelRatio(1);
+    QImage imageAll(image.width(), qMax(image.height(), ptPopup.y() + imagePopup.height()), QImage::Format_ARGB32);
+    imageAll.fill(Qt::white);
+    QPainter painter(&imageAll);
+    painter.drawImage(0, 0, image);
+    painter.drawImage(ptPopup, imagePopup);
+    painter.end();
+    return imageAll;
 }
 
 class OrvprintDDlgQtViewTest : public ::testing::Test {
@@ -572,18 +601,7 @@ TEST_F(OrvprintDDlgQtViewTest, Screenshots)
 
         CMyComboBox* pCombo = v.PrinterCombo();
         pCombo->showPopup();
-        QWidget* pPopup = pCombo->view()->window();
-        QImage image = v.grab().toImage().convertToFormat(QImage::Format_ARGB32);
-        const QPoint ptPopup = v.mapFromGlobal(pPopup->mapToGlobal(QPoint(0, 0)));
-        QImage imagePopup = pPopup->grab().toImage();
-        QImage imageAll(image.width(), qMax(image.height(), ptPopup.y() + imagePopup.height()),
-                        QImage::Format_ARGB32);
-        imageAll.fill(Qt::white);
-        QPainter painter(&imageAll);
-        painter.drawImage(0, 0, image);
-        painter.drawImage(ptPopup, imagePopup);
-        painter.end();
-        EXPECT_TRUE(imageAll.save(strFolder + QStringLiteral("/qt-dialog-list-open.png")));
+        EXPECT_TRUE(GrabWithOpenList(v, pCombo).save(strFolder + QStringLiteral("/qt-dialog-list-open.png")));
         pCombo->hidePopup();
         v.CancelButton()->click();
     });
@@ -790,5 +808,69 @@ TEST_F(OrvprintDDlgQtViewTest, AKeyAClickOrAnOpenedListStopsTheAutoCancel)
     stopsAfter([](COrvprintDDlgQtView& v) {
         v.ProjectCombo()->showPopup();
         v.ProjectCombo()->hidePopup();
+    });
+}
+
+// ----------------------------------------------------------------- high DPI
+
+// Every text fits its control and the owner-drawn items their rows, at the
+// screen's scale: ctest runs this once more with QT_SCALE_FACTOR=2.
+TEST_F(OrvprintDDlgQtViewTest, HighDpiNothingIsClipped)
+{
+    const QString strFolder = ScreenshotFolder();
+    const QByteArray strScale = qgetenv("QT_SCALE_FACTOR");
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_spConfig->m_strDefaultPrinter = L"三楼";
+    m_spConfig->m_strDefaultProject = L"研发";
+    FillThreePrinters(m_request);
+    Run([&](COrvprintDDlgQtView& v) {
+        const qreal dScale = v.devicePixelRatioF();
+        if (!strScale.isEmpty()) {
+            EXPECT_DOUBLE_EQ(strScale.toDouble(), dScale);
+        }
+        // The picture has the screen's pixels.
+        const QImage imageDialog = v.grab().toImage();
+        EXPECT_EQ(qRound(v.width() * dScale), imageDialog.width());
+
+        for (QLabel* pLabel : v.findChildren<QLabel*>()) {
+            if (pLabel->isHidden() || pLabel->text().isEmpty()) {
+                continue;
+            }
+            const QFontMetrics fm(pLabel->font());
+            EXPECT_LE(fm.horizontalAdvance(pLabel->text()), pLabel->contentsRect().width()) << pLabel->text().toStdString();
+            EXPECT_LE(fm.height(), pLabel->contentsRect().height()) << pLabel->text().toStdString();
+        }
+        for (QPushButton* pButton : {v.OkButton(), v.CancelButton()}) {
+            const QFontMetrics fm(pButton->font());
+            EXPECT_LE(fm.horizontalAdvance(QString::fromStdWString(L"取消打印 (86400)")), pButton->width());
+            EXPECT_LE(fm.height(), pButton->height());
+        }
+        for (QComboBox* pCombo : {static_cast<QComboBox*>(v.PrinterCombo()), v.ProjectCombo()}) {
+            QStyleOptionComboBox opt;
+            opt.initFrom(pCombo);
+            const QRect rcField =
+                pCombo->style()->subControlRect(QStyle::CC_ComboBox, &opt, QStyle::SC_ComboBoxEditField, pCombo);
+            EXPECT_LE(QFontMetrics(pCombo->font()).height(), rcField.height());
+        }
+        CMyComboBox* pPrinters = v.PrinterCombo();
+        pPrinters->showPopup();
+        const int iRow = pPrinters->MeasureItem();
+        EXPECT_GE(iRow, QFontMetrics(pPrinters->BoldFont()).height() + QFontMetrics(pPrinters->ThinFont()).height());
+        for (int i = 0; i < pPrinters->count(); ++i) {
+            EXPECT_EQ(iRow, pPrinters->view()->visualRect(pPrinters->model()->index(i, 0)).height());
+        }
+        const int iPercent = qRound(dScale * 100);
+        EXPECT_TRUE(GrabWithOpenList(v, pPrinters)
+                        .save(strFolder + QStringLiteral("/qt-dialog-list-open-%1.png").arg(iPercent)));
+        pPrinters->hidePopup();
+
+        // Searching, as people see it.
+        pPrinters->setFocus();
+        QTest::keyClicks(pPrinters, QStringLiteral("hp"));
+        EXPECT_TRUE(GrabWithOpenList(v, pPrinters)
+                        .save(strFolder + QStringLiteral("/qt-dialog-search-%1.png").arg(iPercent)));
+        pPrinters->hidePopup();
+        v.CancelButton()->click();
     });
 }

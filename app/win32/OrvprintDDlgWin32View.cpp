@@ -429,6 +429,7 @@ void COrvprintDDlgWin32View::ShowTyped(EList eList, const std::wstring& strTyped
     if (strTyped.empty()) {
         if (hTyped != nullptr) {
             ::DestroyWindow(hTyped);
+            ::SetWindowLongPtrW(hList, GWL_STYLE, ::GetWindowLongPtrW(hList, GWL_STYLE) & ~WS_CLIPSIBLINGS);
             ::InvalidateRect(hList, nullptr, TRUE);
         }
         return;
@@ -445,6 +446,8 @@ void COrvprintDDlgWin32View::ShowTyped(EList eList, const std::wstring& strTyped
                                    reinterpret_cast<HMENU>(static_cast<INT_PTR>(iId)), m_hInstance, nullptr);
         ::SendMessageW(hTyped, WM_SETFONT, ::SendMessageW(m_hWnd, WM_GETFONT, 0, 0), FALSE);
         ::SetWindowPos(hTyped, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_SHOWWINDOW);
+        // The list no longer paints its field under the text.
+        ::SetWindowLongPtrW(hList, GWL_STYLE, ::GetWindowLongPtrW(hList, GWL_STYLE) | WS_CLIPSIBLINGS);
     }
     ::SetWindowTextW(hTyped, strTyped.c_str());
     ::RedrawWindow(hTyped, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);

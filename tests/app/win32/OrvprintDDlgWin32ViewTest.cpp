@@ -859,3 +859,103 @@ TEST_F(OrvprintDDlgWin32ViewTest, AKeyAClickOrAnOpenedListStopsTheAutoCancel)
         EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
     }
 }
+
+// ------------------------------------------------------------------ high DPI
+
+// Every text fits its control and the owner-drawn rows fit both lines, at
+// the screen's DPI: ctest runs this once more in a prefix with 192 DPI.
+TEST_F(OrvprintDDlgWin32ViewTest, HighDpiNothingIsClipped)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_spConfig->m_strDefaultPrinter = L"三楼";
+    m_spConfig->m_strDefaultProject = L"研发";
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+
+    HDC hScreen = ::GetDC(nullptr);
+    const int iDpi = ::GetDeviceCaps(hScreen, LOGPIXELSY);
+    ::ReleaseDC(nullptr, hScreen);
+    const char* szExpected = std::getenv("ORV_EXPECT_DPI");
+    if (szExpected != nullptr && *szExpected != '\0') {
+        EXPECT_EQ(std::atoi(szExpected), iDpi);
+    }
+    // The dialog font (9 points) and the dialog units follow the DPI.
+    HFONT hFont = reinterpret_cast<HFONT>(::SendMessageW(hDlg, WM_GETFONT, 0, 0));
+    LOGFONTW lf;
+    ::GetObjectW(hFont, sizeof(lf), &lf);
+    EXPECT_NEAR(9.0 * iDpi / 72.0, std::abs(lf.lfHeight), 1.0);
+
+    auto textSize = [](HWND hControl, const std::wstring& strText) {
+        HDC hDC = ::GetDC(hControl);
+        HGDIOBJ hOld = ::SelectObject(hDC, reinterpret_cast<HFONT>(::SendMessageW(hControl, WM_GETFONT, 0, 0)));
+        SIZE size = {0, 0};
+        ::GetTextExtentPoint32W(hDC, strText.c_str(), static_cast<int>(strText.size()), &size);
+        ::SelectObject(hDC, hOld);
+        ::ReleaseDC(hControl, hDC);
+        return size;
+    };
+    for (HWND h = ::GetWindow(hDlg, GW_CHILD); h != nullptr; h = ::GetWindow(h, GW_HWNDNEXT)) {
+        wchar_t szClass[32] = {0};
+        ::GetClassNameW(h, szClass, 32);
+        const std::wstring strText = WindowText(h);
+        if (!::IsWindowVisible(h) || strText.empty() || _wcsicmp(szClass, L"Edit") == 0) {
+            continue;
+        }
+        RECT rc;
+        ::GetClientRect(h, &rc);
+        const SIZE size = textSize(h, strText);
+        EXPECT_LE(size.cx, rc.right) << "control " << ::GetDlgCtrlID(h);
+        EXPECT_LE(size.cy, rc.bottom) << "control " << ::GetDlgCtrlID(h);
+    }
+    HWND hCancel = ::GetDlgItem(hDlg, IDCANCEL);
+    RECT rcCancel;
+    ::GetClientRect(hCancel, &rcCancel);
+    EXPECT_LE(textSize(hCancel, L"取消打印 (86400)").cx, rcCancel.right);
+
+    // Both lists' closed fields hold a line of the dialog font; every
+    // printer row holds its bold and its thin line.
+    const int iLine = textSize(hDlg, L"中文").cy;
+    HWND hPrinters = ::GetDlgItem(hDlg, IDC_PRINTER_SEL);
+    EXPECT_GE(::SendMessageW(hPrinters, CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0), iLine);
+    EXPECT_GE(::SendMessageW(::GetDlgItem(hDlg, IDC_PROJECT_SEL), CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0),
+              iLine);
+    const LRESULT lRow = ::SendMessageW(hPrinters, CB_GETITEMHEIGHT, 0, 0);
+    EXPECT_GE(lRow, 2 * iLine);
+
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, TRUE, 0);
+    COMBOBOXINFO cbi;
+    cbi.cbSize = sizeof(cbi);
+    ASSERT_TRUE(::GetComboBoxInfo(hPrinters, &cbi));
+    ::RedrawWindow(cbi.hwndList, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    RECT rcShot = WindowRect(hDlg);
+    const RECT rcList = WindowRect(cbi.hwndList);
+    if (rcList.bottom > rcShot.bottom) {
+        rcShot.bottom = rcList.bottom;
+    }
+    const std::string strPercent = std::to_string(iDpi * 100 / 96);
+    EXPECT_TRUE(SaveBmp(CaptureScreen(rcShot), ScreenshotFolder() + "\\win32-dialog-list-open-" + strPercent + ".bmp"));
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, FALSE, 0);
+
+    // Searching, as people see it.
+    Chars(hPrinters, u"hp");
+    ::RedrawWindow(hDlg, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    ::RedrawWindow(cbi.hwndList, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    EXPECT_TRUE(SaveBmp(CaptureScreen(rcShot), ScreenshotFolder() + "\\win32-dialog-search-" + strPercent + ".bmp"));
+    Click(hDlg, IDCANCEL);
+    Finish();
+}
+
+TEST(OrvprintDManifestTest, DeclaresPerMonitorDpiAwareness)
+{
+    // The program's resources (linked into this test as into OrvprintD.exe).
+    HMODULE hModule = ::GetModuleHandleW(nullptr);
+    HRSRC hInfo = ::FindResourceW(hModule, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(24)); // RT_MANIFEST
+    ASSERT_NE(nullptr, hInfo);
+    const char* pText = static_cast<const char*>(::LockResource(::LoadResource(hModule, hInfo)));
+    ASSERT_NE(nullptr, pText);
+    const std::string strManifest(pText, ::SizeofResource(hModule, hInfo));
+    EXPECT_NE(std::string::npos, strManifest.find(">true/pm</dpiAware>")) << strManifest;
+    EXPECT_NE(std::string::npos, strManifest.find(">PerMonitorV2, PerMonitor</dpiAwareness>")) << strManifest;
+}

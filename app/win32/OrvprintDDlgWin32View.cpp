@@ -107,6 +107,7 @@ INT_PTR COrvprintDDlgWin32View::RunDlgProc(HWND hWnd, UINT uMsg, WPARAM wParam, 
             m_apfnListProc[i] = reinterpret_cast<WNDPROC>(
                 ::SetWindowLongPtrW(hList, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(ListProc)));
         }
+        PutLabelsBeforeTheirControls();
         ::SendMessageW(m_hWnd, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(m_hIcon));
         ::SendMessageW(m_hWnd, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(m_hIcon));
         const bool bResult = m_objEvents.OnInitDialog();
@@ -468,4 +469,21 @@ void COrvprintDDlgWin32View::StopTimer()
     if (m_hWnd != nullptr) {
         ::KillTimer(m_hWnd, IDT_AUTO_CANCEL);
     }
+}
+
+void COrvprintDDlgWin32View::PutLabelsBeforeTheirControls()
+{
+    // Screen readers name a control by the static text just before it in
+    // window order. The template lists "打印机名：", "项目名称：" and the
+    // project's "详细信息：" after their controls; statics take no focus, so
+    // moving them changes neither the Tab order nor what is drawn.
+    auto putBefore = [](HWND hLabel, HWND hControl) {
+        HWND hPrevious = ::GetWindow(hControl, GW_HWNDPREV);
+        ::SetWindowPos(hLabel, hPrevious != nullptr ? hPrevious : HWND_TOP, 0, 0, 0, 0,
+                       SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE | SWP_NOREDRAW);
+    };
+    HWND hPrinters = GetDlgItem(IDC_PRINTER_SEL);
+    putBefore(::GetWindow(hPrinters, GW_HWNDNEXT), hPrinters); // "打印机名：" follows the list in the template
+    putBefore(GetDlgItem(IDC_PROJECT_LABEL), GetDlgItem(IDC_PROJECT_SEL));
+    putBefore(GetDlgItem(IDC_PROJECT_DETAILS_LABEL), GetDlgItem(IDC_PROJECT_DETAILS));
 }

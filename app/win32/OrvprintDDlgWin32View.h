@@ -68,6 +68,8 @@ private:
     LRESULT OnListMessage(EList eList, HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam);
     static LRESULT CALLBACK InputHookProc(int nCode, WPARAM wParam, LPARAM lParam);
     void ShowTyped(EList eList, const std::wstring& strTyped);
+    // Each label just before its control in window order (screen readers).
+    void PutLabelsBeforeTheirControls();
 
     // Minimised state: the icon centred on the erased background.
     bool OnPaint();

@@ -803,6 +803,13 @@ TEST_F(OrvprintDDlgWin32ViewTest, EveryItemIsReadableAndLabelsNameTheirControls)
         }
         return strLabel;
     };
+    // Screen readers take the static text just before a control in window
+    // order as its name.
+    auto previousText = [hDlg](int iId) { return WindowText(::GetWindow(::GetDlgItem(hDlg, iId), GW_HWNDPREV)); };
+    EXPECT_EQ(L"打印机名：", previousText(IDC_PRINTER_SEL));
+    EXPECT_EQ(L"项目名称：", previousText(IDC_PROJECT_SEL));
+    EXPECT_EQ(L"详细信息：", previousText(IDC_PRINTER_DETAILS));
+    EXPECT_EQ(L"详细信息：", previousText(IDC_PROJECT_DETAILS));
     EXPECT_EQ(L"打印机名：", labelOf(IDC_PRINTER_SEL));
     EXPECT_EQ(L"项目名称：", labelOf(IDC_PROJECT_SEL));
     EXPECT_EQ(L"详细信息：", labelOf(IDC_PRINTER_DETAILS));

@@ -400,50 +400,41 @@ void COrvprintDDlg::ShowFilter(IOrvprintDDlgView::EList eList)
     m_pView->ShowListItems(eList, objFilter.GetShown(), objFilter.RowOfIndex(m_aiSel[eList]), objFilter.GetText());
 }
 
-bool COrvprintDDlg::OnListText(IOrvprintDDlgView::EList eList, const std::u16string& strUnits)
+bool COrvprintDDlg::ChangeFilter(IOrvprintDDlgView::EList eList,
+                                 const std::function<bool(COrvprintDDlgListFilter&)>& fnChange)
 {
-    ORV_TRACE_SCOPE("COrvprintDDlg::OnListText");
     OnUserInput();
     COrvprintDDlgListFilter& objFilter = m_aFilter[eList];
     const bool bWasActive = objFilter.IsActive();
-    // The selection before typing, to keep while nothing else is chosen.
+    // The selection now (before typing: the list's own), kept while the
+    // user chooses nothing else.
     const int iSel = CurSel(eList);
-    if (!objFilter.Append(strUnits)) {
+    if (!fnChange(objFilter)) {
         return false;
     }
-    if (!bWasActive) {
-        m_aiSel[eList] = iSel;
-    }
-    if (objFilter.IsActive()) {
+    m_aiSel[eList] = iSel;
+    if (bWasActive || objFilter.IsActive()) {
         ShowFilter(eList);
     }
     return true;
 }
 
+bool COrvprintDDlg::OnListText(IOrvprintDDlgView::EList eList, const std::u16string& strUnits)
+{
+    ORV_TRACE_SCOPE("COrvprintDDlg::OnListText");
+    return ChangeFilter(eList, [&strUnits](COrvprintDDlgListFilter& objFilter) { return objFilter.Append(strUnits); });
+}
+
 bool COrvprintDDlg::OnListBackspace(IOrvprintDDlgView::EList eList)
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnListBackspace");
-    OnUserInput();
-    const int iSel = CurSel(eList);
-    if (!m_aFilter[eList].Backspace()) {
-        return false;
-    }
-    m_aiSel[eList] = iSel;
-    ShowFilter(eList);
-    return true;
+    return ChangeFilter(eList, [](COrvprintDDlgListFilter& objFilter) { return objFilter.Backspace(); });
 }
 
 bool COrvprintDDlg::OnListEscape(IOrvprintDDlgView::EList eList)
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnListEscape");
-    OnUserInput();
-    const int iSel = CurSel(eList);
-    if (!m_aFilter[eList].Reset()) {
-        return false;
-    }
-    m_aiSel[eList] = iSel;
-    ShowFilter(eList);
-    return true;
+    return ChangeFilter(eList, [](COrvprintDDlgListFilter& objFilter) { return objFilter.Reset(); });
 }
 
 void COrvprintDDlg::OnListCloseUp(IOrvprintDDlgView::EList eList)

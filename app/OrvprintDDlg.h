@@ -99,6 +99,9 @@ private:
     int CurSel(IOrvprintDDlgView::EList eList) const;
     // The list shows what its filter keeps.
     void ShowFilter(IOrvprintDDlgView::EList eList);
+    // Applies a change of the typed text (false: the filter did not take
+    // it) and shows the result.
+    bool ChangeFilter(IOrvprintDDlgView::EList eList, const std::function<bool(COrvprintDDlgListFilter&)>& fnChange);
     void StartAutoCancel(uint32_t uiSeconds);
     void StopAutoCancel();
     std::wstring CancelText(uint32_t uiSeconds) const;

@@ -135,6 +135,29 @@ std::vector<uint8_t>& RequestCopy()
     return s_vec;
 }
 
+// One dialog on the largest request, with a window of type TView and the
+// settings in memory, ready to run.
+template <class TView>
+struct CLargestDialog {
+    CLargestDialog()
+    {
+        dlg.SetViewFactory([this](IOrvprintDDlgEvents& objEvents) {
+            std::unique_ptr<TView> p(new TView(objEvents));
+            pView = p.get();
+            return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
+        });
+        std::shared_ptr<CMemoryConfig> spShared = spConfig;
+        dlg.SetConfigFactory([spShared]() -> std::shared_ptr<IOrvprintDDlgConfig> { return spShared; });
+    }
+
+    std::shared_ptr<CMemoryConfig> spConfig = std::make_shared<CMemoryConfig>();
+    uint8_t abyAnswer[44] = {0};
+    uint64_t uiRequestSize = RequestCopy().size();
+    uint64_t uiAnswerSize = sizeof(abyAnswer);
+    TView* pView = nullptr;
+    COrvprintDDlg dlg{RequestCopy().data(), &uiRequestSize, abyAnswer, &uiAnswerSize};
+};
+
 enum class EConfig { MEMORY, SETTINGS_FILE };
 
 void BM_PresenterFill(benchmark::State& state, ELogging eLogging, EConfig eConfig)
@@ -188,20 +211,10 @@ void BM_PresenterFill(benchmark::State& state, ELogging eLogging, EConfig eConfi
 void BM_PresenterKeystroke(benchmark::State& state)
 {
     UseLogging(ELogging::OFF);
-    std::vector<uint8_t>& vecRequest = RequestCopy();
-    auto spConfig = std::make_shared<CMemoryConfig>();
-    uint8_t abyAnswer[44] = {0};
-    uint64_t uiRequestSize = vecRequest.size();
-    uint64_t uiAnswerSize = sizeof(abyAnswer);
-    CItemsOnlyView* pView = nullptr;
-    COrvprintDDlg dlg(vecRequest.data(), &uiRequestSize, abyAnswer, &uiAnswerSize);
-    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
-        std::unique_ptr<CItemsOnlyView> p(new CItemsOnlyView(objEvents));
-        pView = p.get();
-        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
-    });
-    dlg.SetConfigFactory([spConfig]() -> std::shared_ptr<IOrvprintDDlgConfig> { return spConfig; });
+    CLargestDialog<CItemsOnlyView> objDialog;
+    COrvprintDDlg& dlg = objDialog.dlg;
     dlg.DoModal();
+    CItemsOnlyView* pView = objDialog.pView;
     CSamples samplesNarrow;
     CSamples samplesWiden;
     for (auto _ : state) {
@@ -338,19 +351,9 @@ void BM_QtKeystroke(benchmark::State& state)
 {
     UseLogging(ELogging::OFF);
     QtApplication();
-    std::vector<uint8_t>& vecRequest = RequestCopy();
-    auto spConfig = std::make_shared<CMemoryConfig>();
-    uint8_t abyAnswer[44] = {0};
-    uint64_t uiRequestSize = vecRequest.size();
-    uint64_t uiAnswerSize = sizeof(abyAnswer);
-    COrvprintDDlgQtView* pView = nullptr;
-    COrvprintDDlg dlg(vecRequest.data(), &uiRequestSize, abyAnswer, &uiAnswerSize);
-    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
-        std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
-        pView = p.get();
-        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
-    });
-    dlg.SetConfigFactory([spConfig]() -> std::shared_ptr<IOrvprintDDlgConfig> { return spConfig; });
+    CLargestDialog<COrvprintDDlgQtView> objDialog;
+    COrvprintDDlgQtView*& pView = objDialog.pView;
+    COrvprintDDlg& dlg = objDialog.dlg;
     CSamples samplesNarrow;
     CSamples samplesWiden;
     bool bFailed = true;

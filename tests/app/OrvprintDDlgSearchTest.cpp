@@ -9,6 +9,7 @@
 #include "app/FakeOrvprintDDlgView.h"
 #include "app/JobRequestBuilder.h"
 #include "app/OrvprintDDlg.h"
+#include "app/OrvprintDDlgFixture.h"
 #include "app/OrvprintDDlgListFilter.h"
 #include "support/LogCapture.h"
 
@@ -23,39 +24,10 @@ const IOrvprintDDlgView::EList PROJECTS = IOrvprintDDlgView::PROJECT_LIST;
 
 typedef std::vector<std::wstring> Texts;
 
-class OrvprintDDlgSearchTest : public ::testing::Test {
+const auto Answer = orvtest::AnswerBytes;
+
+class OrvprintDDlgSearchTest : public orvtest::COrvprintDDlgFixture {
 protected:
-    typedef std::function<void(CFakeOrvprintDDlgView&)> Script;
-
-    int Run(Script fnScript)
-    {
-        m_vecRequest = m_request.Build();
-        m_uiRecvSize = m_vecRequest.size();
-        m_abyReply.fill(0xAB);
-        m_uiRespSize = m_abyReply.size();
-        m_pDlg.reset(new COrvprintDDlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize));
-        m_pDlg->SetViewFactory([this, fnScript](IOrvprintDDlgEvents& objEvents) {
-            std::unique_ptr<CFakeOrvprintDDlgView> pView(new CFakeOrvprintDDlgView(objEvents));
-            pView->m_fnScript = fnScript;
-            m_pView = pView.get();
-            return std::unique_ptr<IOrvprintDDlgView>(std::move(pView));
-        });
-        m_pDlg->SetConfigFactory([this]() -> std::shared_ptr<IOrvprintDDlgConfig> { return m_spConfig; });
-        m_pDlg->SetClock([this]() { return m_tpNow; });
-        return m_pDlg->DoModal();
-    }
-
-    std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinterId,
-                                const std::u16string& strProjectId) const
-    {
-        std::vector<uint8_t> vec(44, 0);
-        std::memcpy(vec.data(), &iResult, 4);
-        std::memcpy(vec.data() + 4, strPrinterId.data(), strPrinterId.size() * 2);
-        std::memcpy(vec.data() + 24, strProjectId.data(), strProjectId.size() * 2);
-        return vec;
-    }
-    std::vector<uint8_t> Reply() const { return std::vector<uint8_t>(m_abyReply.begin(), m_abyReply.begin() + 44); }
-
     void FillPrinters()
     {
         m_request.Printer(u"P0", u"HP LaserJet 1")
@@ -66,16 +38,6 @@ protected:
             .Project(u"J1", u"市场推广")
             .Project(u"J2", u"研发二部");
     }
-
-    CJobRequestBuilder m_request;
-    std::shared_ptr<CFakeDlgConfig> m_spConfig = std::make_shared<CFakeDlgConfig>();
-    std::chrono::steady_clock::time_point m_tpNow = std::chrono::steady_clock::time_point() + std::chrono::hours(1);
-    std::vector<uint8_t> m_vecRequest;
-    uint64_t m_uiRecvSize = 0;
-    std::array<uint8_t, 44> m_abyReply{};
-    uint64_t m_uiRespSize = 0;
-    std::unique_ptr<COrvprintDDlg> m_pDlg;
-    CFakeOrvprintDDlgView* m_pView = nullptr;
 };
 
 } // namespace

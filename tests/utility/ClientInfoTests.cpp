@@ -160,18 +160,17 @@ TEST_F(ClientInfoTest, AutoCancelSecondsReadWithTheServerValues)
 
 TEST(ClientInfoValueTest, AutoCancelSecondsValues)
 {
-    EXPECT_EQ(1u, OrvUtility::ParseAutoCancelSeconds(L"1"));
-    EXPECT_EQ(30u, OrvUtility::ParseAutoCancelSeconds(L" 30 "));
-    EXPECT_EQ(86400u, OrvUtility::ParseAutoCancelSeconds(L"86400"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"86401"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"99999999999999999999"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"0"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L""));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"-5"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"+5"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"5s"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"1 0"));
-    EXPECT_EQ(0u, OrvUtility::ParseAutoCancelSeconds(L"abc"));
+    const struct {
+        const wchar_t* szValue;
+        uint32_t uiSeconds;
+    } aCases[] = {
+        {L"1", 1},      {L" 30 ", 30}, {L"86400", 86400}, {L"86401", 0}, {L"99999999999999999999", 0},
+        {L"0", 0},      {L"", 0},      {L"-5", 0},        {L"+5", 0},    {L"5s", 0},
+        {L"1 0", 0},    {L"abc", 0},
+    };
+    for (const auto& c : aCases) {
+        EXPECT_EQ(c.uiSeconds, OrvUtility::ParseAutoCancelSeconds(c.szValue)) << Language::Utf8FromWide(c.szValue);
+    }
 }
 
 TEST_F(ClientInfoTest, BoolKeepsTheIntegerAndWritesOne)

@@ -1,7 +1,6 @@
 // The Qt window of the print-option dialog, on the offscreen platform.
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -158,6 +157,27 @@ protected:
             }
         });
         return m_pDlg->DoModal();
+    }
+
+    // Runs a dialog whose settings cannot be read; fnFirst runs first in
+    // the modal loop with the window (known once the dialog has made it).
+    int RunWithUnreadableSettings(const std::function<void(COrvprintDDlgQtView*&)>& fnFirst)
+    {
+        m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
+        m_vecRequest = m_request.Build();
+        m_uiRecvSize = m_vecRequest.size();
+        m_abyReply.fill(0xAB);
+        m_uiRespSize = 44;
+        COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
+        COrvprintDDlgQtView* pView = nullptr;
+        dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
+            std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
+            pView = p.get();
+            return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
+        });
+        dlg.SetConfigFactory([]() -> std::shared_ptr<IOrvprintDDlgConfig> { throw COrvConfigException(0); });
+        QTimer::singleShot(0, [&]() { fnFirst(pView); });
+        return dlg.DoModal();
     }
 
     int32_t ReplyResult() const
@@ -501,24 +521,11 @@ TEST_F(OrvprintDDlgQtViewTest, ClosedFieldShowsTheNameInBlackOnly)
 
 TEST_F(OrvprintDDlgQtViewTest, ConfigFailureShowsMessageBoxWithApplicationTitle)
 {
-    m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
-    m_vecRequest = m_request.Build();
-    m_uiRecvSize = m_vecRequest.size();
-    m_uiRespSize = 44;
-    COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
-    COrvprintDDlgQtView* pView = nullptr;
-    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
-        std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
-        pView = p.get();
-        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
-    });
-    dlg.SetConfigFactory([]() -> std::shared_ptr<IOrvprintDDlgConfig> { throw COrvConfigException(0); });
-    QTimer::singleShot(0, [&pView]() {
-        EXPECT_EQ(0, pView->PrinterCombo()->count());
-        EXPECT_TRUE(pView->OkButton()->isEnabled());
-        pView->CancelButton()->click();
-    });
-    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, RunWithUnreadableSettings([](COrvprintDDlgQtView*& pView) {
+                  EXPECT_EQ(0, pView->PrinterCombo()->count());
+                  EXPECT_TRUE(pView->OkButton()->isEnabled());
+                  pView->CancelButton()->click();
+              }));
     ASSERT_EQ(1u, m_vecMessages.size());
     EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), m_vecMessages[0]);
     EXPECT_EQ(QStringLiteral("OrvprintD"), m_vecCaptions[0]);
@@ -526,24 +533,10 @@ TEST_F(OrvprintDDlgQtViewTest, ConfigFailureShowsMessageBoxWithApplicationTitle)
 
 TEST_F(OrvprintDDlgQtViewTest, OkAfterConfigFailureAnswersAsCancel)
 {
-    m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
-    m_vecRequest = m_request.Build();
-    m_uiRecvSize = m_vecRequest.size();
-    m_abyReply.fill(0xAB);
-    m_uiRespSize = 44;
-    COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
-    COrvprintDDlgQtView* pView = nullptr;
-    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
-        std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
-        pView = p.get();
-        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
-    });
-    dlg.SetConfigFactory([]() -> std::shared_ptr<IOrvprintDDlgConfig> { throw COrvConfigException(0); });
-    QTimer::singleShot(0, [&pView]() {
-        ASSERT_TRUE(pView->OkButton()->isEnabled());
-        QTest::mouseClick(pView->OkButton(), Qt::LeftButton);
-    });
-    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, RunWithUnreadableSettings([](COrvprintDDlgQtView*& pView) {
+                  ASSERT_TRUE(pView->OkButton()->isEnabled());
+                  QTest::mouseClick(pView->OkButton(), Qt::LeftButton);
+              }));
     ASSERT_EQ(1u, m_vecMessages.size());
     EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), m_vecMessages[0]);
     EXPECT_EQ(1, ReplyResult());
@@ -554,34 +547,20 @@ TEST_F(OrvprintDDlgQtViewTest, OkAfterConfigFailureAnswersAsCancel)
 TEST_F(OrvprintDDlgQtViewTest, RealMessageBoxIsAnsweredWithOk)
 {
     COrvprintDDlgQtView::SetMessageBoxHandler(nullptr);
-    m_request.Printer(u"P1", u"Printer 1").Project(u"J1", u"X");
-    m_vecRequest = m_request.Build();
-    m_uiRecvSize = m_vecRequest.size();
-    m_uiRespSize = 44;
-    COrvprintDDlg dlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize);
-    COrvprintDDlgQtView* pView = nullptr;
-    dlg.SetViewFactory([&pView](IOrvprintDDlgEvents& objEvents) {
-        std::unique_ptr<COrvprintDDlgQtView> p(new COrvprintDDlgQtView(objEvents));
-        pView = p.get();
-        return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
-    });
-    dlg.SetConfigFactory([]() -> std::shared_ptr<IOrvprintDDlgConfig> { throw COrvConfigException(0); });
-
     QString strText;
     QString strTitle;
     int iButtons = 0;
     // The box is up before the dialog's own loop: answer it from its loop,
     // then cancel the dialog from the dialog's loop.
-    QTimer::singleShot(0, [&]() {
-        QMessageBox* pBox = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        ASSERT_NE(nullptr, pBox);
-        strText = pBox->text();
-        strTitle = pBox->windowTitle();
-        iButtons = static_cast<int>(pBox->buttons().size());
-        QTimer::singleShot(0, [&pView]() { pView->CancelButton()->click(); });
-        pBox->button(QMessageBox::Ok)->click();
-    });
-    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, dlg.DoModal());
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, RunWithUnreadableSettings([&](COrvprintDDlgQtView*& pView) {
+                  QMessageBox* pBox = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+                  ASSERT_NE(nullptr, pBox);
+                  strText = pBox->text();
+                  strTitle = pBox->windowTitle();
+                  iButtons = static_cast<int>(pBox->buttons().size());
+                  QTimer::singleShot(0, [&pView]() { pView->CancelButton()->click(); });
+                  pBox->button(QMessageBox::Ok)->click();
+              }));
     EXPECT_EQ(QString::fromStdWString(L"读取配置文件失败。"), strText);
     EXPECT_EQ(QStringLiteral("OrvprintD"), strTitle);
     EXPECT_EQ(1, iButtons);

@@ -13,6 +13,7 @@
 #include <vector>
 #include <windows.h>
 #include <gtest/gtest.h>
+#include "app/AnswerBytes.h"
 #include "app/FakeDlgConfig.h"
 #include "app/JobRequestBuilder.h"
 #include "app/OrvConfig.h"
@@ -312,11 +313,7 @@ protected:
     std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinterId,
                                 const std::u16string& strProjectId) const
     {
-        std::vector<uint8_t> vec(44, 0);
-        std::memcpy(vec.data(), &iResult, 4);
-        std::memcpy(vec.data() + 4, strPrinterId.data(), strPrinterId.size() * 2);
-        std::memcpy(vec.data() + 24, strProjectId.data(), strProjectId.size() * 2);
-        return vec;
+        return orvtest::AnswerBytes(iResult, strPrinterId, strProjectId);
     }
 
     std::vector<uint8_t> Reply() const { return std::vector<uint8_t>(m_abyReply.begin(), m_abyReply.end()); }

@@ -535,6 +535,7 @@ using e2e::Printer;
 using e2e::Projects;
 using e2e::ReplyId;
 using e2e::ReplyResult;
+using e2e::ExpectCancelledAnswer;
 using e2e::TwoPrinters;
 using e2e::TwoProjects;
 

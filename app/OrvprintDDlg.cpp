@@ -4,12 +4,12 @@
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlgConfig.h"
 #include "app/OrvprintDDlgViewFactory.h"
-#include "utility/ClientInfo.h"
 #include "language/CaseFold.h"
 #include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "logging/FunctionParameters.h"
 #include "logging/LogMacros.h"
+#include "utility/ClientInfo.h"
 
 namespace {
 

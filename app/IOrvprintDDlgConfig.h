@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 class COrvConfig;
@@ -14,6 +15,9 @@ public:
     virtual bool Get_CanSelectNoPrinter() = 0;
     virtual bool Get_CanSelectNoProject() = 0;
     virtual bool Get_DisplayProjectSelection() = 0;
+    // "ServerConfig" "AutoCancelSeconds": seconds without input after which
+    // the dialog cancels itself; 0 = never.
+    virtual uint32_t Get_AutoCancelSeconds() = 0;
     virtual std::wstring Get_DefaultPrinter() = 0;
     virtual std::wstring Get_DefaultProject() = 0;
     virtual void Set_DefaultPrinter(const std::wstring& strName) = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 // The print-option dialog's window as its presenter (COrvprintDDlg) sees it:
 // the printer list with its two-line items, the project list, the two details
@@ -50,6 +51,21 @@ public:
     // shrinks the window so that its bottom edge lies at the top of the
     // position marker; the OK and Cancel buttons move up by the same height.
     virtual void HideProjectSection() = 0;
+
+    // Type to search: the list shows only the items given by their indexes
+    // (as AddPrinterItem / AddProjectItem returned them), in that order,
+    // with row iSelRow selected (-1: none), and shows strTyped next to the
+    // list while it is not empty; typing opens a closed list. Rows are what
+    // GetCurSel returns and SetCurSel takes while items are left out. With
+    // every item and an empty text the list is as it was filled.
+    virtual void ShowListItems(EList eList, const std::vector<int>& vecIndexes, int iSelRow,
+                               const std::wstring& strTyped) = 0;
+
+    // The Cancel button's text (the auto-cancel shows its seconds there).
+    virtual void SetCancelText(const std::wstring& strText) = 0;
+    // Calls IOrvprintDDlgEvents::OnTimer every uiMilliseconds until StopTimer.
+    virtual void StartTimer(unsigned int uiMilliseconds) = 0;
+    virtual void StopTimer() = 0;
 
     // A message box with the OK button only and the application title as
     // caption; returns when the user has closed it.

@@ -47,6 +47,12 @@ bool COrvConfig::Get_DisplayProjectSelection()
     return m_stuClientSetting.bDisplayProjectSelection != 0;
 }
 
+uint32_t COrvConfig::Get_AutoCancelSeconds()
+{
+    ORV_TRACE_SCOPE("COrvConfig::Get_AutoCancelSeconds");
+    return m_stuServerConfig.uiAutoCancelSeconds;
+}
+
 void COrvConfig::Set_DefaultPrinter(const std::wstring& strName)
 {
     ORV_TRACE_SCOPE("COrvConfig::Set_DefaultPrinter");

@@ -37,6 +37,8 @@ public:
     bool Get_CanSelectNoPrinter();
     bool Get_CanSelectNoProject();
     bool Get_DisplayProjectSelection();
+    // "ServerConfig" "AutoCancelSeconds" (0 = never).
+    uint32_t Get_AutoCancelSeconds();
     void Set_DefaultPrinter(const std::wstring& strName);
     void Set_DefaultProject(const std::wstring& strName);
     std::wstring Get_DefaultPrinter();

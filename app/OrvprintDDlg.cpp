@@ -1,14 +1,15 @@
 #include "app/OrvprintDDlg.h"
 
 #include <cstring>
-#include <cwctype>
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlgConfig.h"
 #include "app/OrvprintDDlgViewFactory.h"
+#include "language/CaseFold.h"
 #include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "logging/FunctionParameters.h"
 #include "logging/LogMacros.h"
+#include "utility/ClientInfo.h"
 
 namespace {
 
@@ -31,28 +32,15 @@ std::wstring Text(const char16_t* szText, size_t uiChars)
     return Language::WideFromUtf16(szText, uiChars);
 }
 
-wchar_t FoldCase(wchar_t ch)
-{
-    return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(ch)));
-}
-
-bool StartsWithNoCase(const std::wstring& strText, const std::wstring& strPrefix)
-{
-    if (strPrefix.size() > strText.size()) {
-        return false;
-    }
-    for (size_t i = 0; i < strPrefix.size(); ++i) {
-        if (FoldCase(strText[i]) != FoldCase(strPrefix[i])) {
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 COrvprintDDlg::COrvprintDDlg(void* pRecvBuffer, uint64_t* puiRecvSize, void* pRespBuffer, uint64_t* puiRespSize)
-    : m_puiRespSize(puiRespSize)
+    : m_puiRespSize(puiRespSize),
+      m_bInitFailed(false),
+      m_aiSel{-1, -1},
+      m_bAutoCancelRunning(false),
+      m_uiAutoCancelSeconds(0),
+      m_uiSecondsShown(0)
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::COrvprintDDlg");
     FunctionParameters params("COrvprintDDlg::COrvprintDDlg");
@@ -91,12 +79,16 @@ bool COrvprintDDlg::OnInitDialog()
         }
         AdjustProjectControls(*m_spConfig);
         InitContorls(*m_spConfig);
+        StartAutoCancel(m_spConfig->Get_AutoCancelSeconds());
     } catch (const COrvprintDDlgException&) {
         ORV_LOG_ERROR("%s(%d) : %s", "catched COrvprintDDlgException. Failed to initialize orvprintD dialog.");
+        m_bInitFailed = true;
         m_pView->ShowMessageBox(L"初始化打印选择对话框失败。");
+        StartAutoCancel(m_spConfig->Get_AutoCancelSeconds());
         return false;
     } catch (const COrvConfigException&) {
         ORV_LOG_ERROR("%s(%d) : %s", "catched COrvConfigException. Failed to read config file.");
+        m_bInitFailed = true;
         m_pView->ShowMessageBox(L"读取配置文件失败。");
         return false;
     }
@@ -133,6 +125,7 @@ void COrvprintDDlg::InitContorls(IOrvprintDDlgConfig& objConfig)
                 ORV_THROW(COrvprintDDlgException(COrvprintDDlgException::FAILED_TO_INIT));
             }
             m_mapPrinter[iIndex] = stuRoaming;
+            m_aFilter[IOrvprintDDlgView::PRINTER_LIST].AddItem(iIndex, ROAMING_PRINTER_TEXT, true);
         }
 
         for (int32_t i = 0; i < iPrinterCount; ++i) {
@@ -151,13 +144,14 @@ void COrvprintDDlg::InitContorls(IOrvprintDDlgConfig& objConfig)
                 strLine = TOO_MANY_PAGES_TEXT;
             }
 
-            const int iIndex =
-                m_pView->AddPrinterItem(Text(stuPrinterInfo.szPrinterName, TEXT_CHARS), strLine, bEnabled);
+            const std::wstring strName = Text(stuPrinterInfo.szPrinterName, TEXT_CHARS);
+            const int iIndex = m_pView->AddPrinterItem(strName, strLine, bEnabled);
             if (iIndex < 0) {
                 ORV_LOG_PARAMS(params);
                 ORV_THROW(COrvprintDDlgException(COrvprintDDlgException::FAILED_TO_INIT));
             }
             m_mapPrinter[iIndex] = stuPrinterInfo;
+            m_aFilter[IOrvprintDDlgView::PRINTER_LIST].AddItem(iIndex, strName, false);
         }
 
         if (m_pView->GetItemCount(IOrvprintDDlgView::PRINTER_LIST) > 0) {
@@ -175,17 +169,20 @@ void COrvprintDDlg::InitContorls(IOrvprintDDlgConfig& objConfig)
                 ORV_THROW(COrvprintDDlgException(COrvprintDDlgException::FAILED_TO_INIT));
             }
             m_mapProject[iIndex] = stuNoProject;
+            m_aFilter[IOrvprintDDlgView::PROJECT_LIST].AddItem(iIndex, NO_PROJECT_TEXT, true);
         }
 
         for (int32_t j = 0; j < iProjectCount; ++j) {
             CJobOptionData::PROJECT_INFO stuProjectInfo;
             m_pJobOption->GetProjectInfo(static_cast<uint32_t>(j), stuProjectInfo);
-            const int iIndex = m_pView->AddProjectItem(Text(stuProjectInfo.szProjectName, TEXT_CHARS));
+            const std::wstring strName = Text(stuProjectInfo.szProjectName, TEXT_CHARS);
+            const int iIndex = m_pView->AddProjectItem(strName);
             if (iIndex < 0) {
                 ORV_LOG_PARAMS(params);
                 ORV_THROW(COrvprintDDlgException(COrvprintDDlgException::FAILED_TO_INIT));
             }
             m_mapProject[iIndex] = stuProjectInfo;
+            m_aFilter[IOrvprintDDlgView::PROJECT_LIST].AddItem(iIndex, strName, false);
         }
 
         if (m_pView->GetItemCount(IOrvprintDDlgView::PROJECT_LIST) > 0) {
@@ -217,7 +214,7 @@ int COrvprintDDlg::FindItemByPrefix(const IOrvprintDDlgView& objView, IOrvprintD
     const int iCount = objView.GetItemCount(eList);
     for (int k = 1; k <= iCount; ++k) {
         const int iIndex = k % iCount;
-        if (StartsWithNoCase(objView.GetItemText(eList, iIndex), strPrefix)) {
+        if (Language::StartsWithNoCase(objView.GetItemText(eList, iIndex), strPrefix)) {
             return iIndex;
         }
     }
@@ -232,8 +229,8 @@ void COrvprintDDlg::UpdateUI(IOrvprintDDlgConfig& objConfig)
         params.Add("objConfig", objConfig.GetOrvConfig());
     }
 
-    const int iPrinter = m_pView->GetCurSel(IOrvprintDDlgView::PRINTER_LIST);
-    const int iProject = m_pView->GetCurSel(IOrvprintDDlgView::PROJECT_LIST);
+    const int iPrinter = CurSel(IOrvprintDDlgView::PRINTER_LIST);
+    const int iProject = CurSel(IOrvprintDDlgView::PROJECT_LIST);
 
     bool bDisable = false;
     if (m_mapPrinter.empty()) {
@@ -301,7 +298,10 @@ std::wstring COrvprintDDlg::GetDescription(const CJobOptionData::PROJECT_INFO& s
 void COrvprintDDlg::OnCbnSelchangePrinterSel()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnCbnSelchangePrinterSel");
-    const int iIndex = m_pView->GetCurSel(IOrvprintDDlgView::PRINTER_LIST);
+    const int iIndex = CurSel(IOrvprintDDlgView::PRINTER_LIST);
+    if (m_aFilter[IOrvprintDDlgView::PRINTER_LIST].IsActive()) {
+        m_aiSel[IOrvprintDDlgView::PRINTER_LIST] = iIndex; // chosen among the items shown
+    }
     if (iIndex == -1) {
         m_pView->SetDetailsText(IOrvprintDDlgView::PRINTER_LIST,
                                 m_mapPrinter.empty() ? L"没有可选择的打印机" : L"请选择打印机");
@@ -316,7 +316,10 @@ void COrvprintDDlg::OnCbnSelchangePrinterSel()
 void COrvprintDDlg::OnCbnSelchangeProjectSel()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnCbnSelchangeProjectSel");
-    const int iIndex = m_pView->GetCurSel(IOrvprintDDlgView::PROJECT_LIST);
+    const int iIndex = CurSel(IOrvprintDDlgView::PROJECT_LIST);
+    if (m_aFilter[IOrvprintDDlgView::PROJECT_LIST].IsActive()) {
+        m_aiSel[IOrvprintDDlgView::PROJECT_LIST] = iIndex; // chosen among the items shown
+    }
     if (iIndex == -1) {
         m_pView->SetDetailsText(IOrvprintDDlgView::PROJECT_LIST,
                                 m_mapProject.empty() ? L"没有可选择的项目" : L"请选择项目");
@@ -335,10 +338,16 @@ void COrvprintDDlg::OnCbnSelchangeProjectSel()
 void COrvprintDDlg::OnBnClickedOk()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnBnClickedOk");
-    const CJobOptionData::PRINTER_INFO& stuPrinterInfo =
-        m_mapPrinter[m_pView->GetCurSel(IOrvprintDDlgView::PRINTER_LIST)];
-    const CJobOptionData::PROJECT_INFO& stuProjectInfo =
-        m_mapProject[m_pView->GetCurSel(IOrvprintDDlgView::PROJECT_LIST)];
+    if (m_bInitFailed) {
+        // The lists were never (or only partly) filled: the OK button the
+        // template left enabled must not confirm a print without a printer.
+        ORV_LOG_WARNING("%s(%d) : %s", "OK after a failed initialisation answers as Cancel.");
+        AnswerCancelled();
+        return;
+    }
+    StopAutoCancel();
+    const CJobOptionData::PRINTER_INFO& stuPrinterInfo = m_mapPrinter[CurSel(IOrvprintDDlgView::PRINTER_LIST)];
+    const CJobOptionData::PROJECT_INFO& stuProjectInfo = m_mapProject[CurSel(IOrvprintDDlgView::PROJECT_LIST)];
 
     m_pJobSelected->SetResult(CJobSelectedData::RESULT_OK);
     m_pJobSelected->SetPrinterId(stuPrinterInfo.szPrinterId);
@@ -362,7 +371,146 @@ void COrvprintDDlg::OnBnClickedOk()
 void COrvprintDDlg::OnBnClickedCancel()
 {
     ORV_TRACE_SCOPE("COrvprintDDlg::OnBnClickedCancel");
+    AnswerCancelled();
+}
+
+void COrvprintDDlg::AnswerCancelled()
+{
+    StopAutoCancel();
+    // The ids stay zeroed as the constructor left them.
     m_pJobSelected->SetResult(CJobSelectedData::RESULT_CANCEL);
     *m_puiRespSize = CJobSelectedData::TOTAL_BUFFER_SIZE;
     m_pView->EndDialog(RESULT_CANCEL);
+}
+
+int COrvprintDDlg::CurSel(IOrvprintDDlgView::EList eList) const
+{
+    const COrvprintDDlgListFilter& objFilter = m_aFilter[eList];
+    const int iRow = m_pView->GetCurSel(eList);
+    if (!objFilter.IsActive()) {
+        return iRow;
+    }
+    const int iIndex = objFilter.IndexOfRow(iRow);
+    return iIndex >= 0 ? iIndex : m_aiSel[eList];
+}
+
+void COrvprintDDlg::ShowFilter(IOrvprintDDlgView::EList eList)
+{
+    const COrvprintDDlgListFilter& objFilter = m_aFilter[eList];
+    m_pView->ShowListItems(eList, objFilter.GetShown(), objFilter.RowOfIndex(m_aiSel[eList]), objFilter.GetText());
+}
+
+bool COrvprintDDlg::ChangeFilter(IOrvprintDDlgView::EList eList,
+                                 const std::function<bool(COrvprintDDlgListFilter&)>& fnChange)
+{
+    OnUserInput();
+    COrvprintDDlgListFilter& objFilter = m_aFilter[eList];
+    const bool bWasActive = objFilter.IsActive();
+    // The selection now (before typing: the list's own), kept while the
+    // user chooses nothing else.
+    const int iSel = CurSel(eList);
+    if (!fnChange(objFilter)) {
+        return false;
+    }
+    m_aiSel[eList] = iSel;
+    if (bWasActive || objFilter.IsActive()) {
+        ShowFilter(eList);
+    }
+    return true;
+}
+
+bool COrvprintDDlg::OnListText(IOrvprintDDlgView::EList eList, const std::u16string& strUnits)
+{
+    ORV_TRACE_SCOPE("COrvprintDDlg::OnListText");
+    return ChangeFilter(eList, [&strUnits](COrvprintDDlgListFilter& objFilter) { return objFilter.Append(strUnits); });
+}
+
+bool COrvprintDDlg::OnListBackspace(IOrvprintDDlgView::EList eList)
+{
+    ORV_TRACE_SCOPE("COrvprintDDlg::OnListBackspace");
+    return ChangeFilter(eList, [](COrvprintDDlgListFilter& objFilter) { return objFilter.Backspace(); });
+}
+
+bool COrvprintDDlg::OnListEscape(IOrvprintDDlgView::EList eList)
+{
+    ORV_TRACE_SCOPE("COrvprintDDlg::OnListEscape");
+    return ChangeFilter(eList, [](COrvprintDDlgListFilter& objFilter) { return objFilter.Reset(); });
+}
+
+void COrvprintDDlg::OnListCloseUp(IOrvprintDDlgView::EList eList)
+{
+    ORV_TRACE_SCOPE("COrvprintDDlg::OnListCloseUp");
+    // The choice, if any, has been reported: the whole list comes back with
+    // the chosen item selected.
+    OnListEscape(eList);
+}
+
+void COrvprintDDlg::OnUserInput()
+{
+    if (m_bAutoCancelRunning) {
+        StopAutoCancel();
+        m_pView->SetCancelText(CancelText(0));
+    }
+}
+
+std::wstring COrvprintDDlg::CancelText(uint32_t uiSeconds) const
+{
+    if (uiSeconds == 0) {
+        return L"取消打印";
+    }
+    return L"取消打印 (" + std::to_wstring(uiSeconds) + L")";
+}
+
+void COrvprintDDlg::StartAutoCancel(uint32_t uiSeconds)
+{
+    if (uiSeconds == 0 || uiSeconds > OrvUtility::AUTO_CANCEL_MAX_SECONDS) {
+        return;
+    }
+    m_uiAutoCancelSeconds = uiSeconds;
+    m_tpAutoCancel = (m_fnClock ? m_fnClock() : std::chrono::steady_clock::now()) + std::chrono::seconds(uiSeconds);
+    m_bAutoCancelRunning = true;
+    m_uiSecondsShown = uiSeconds;
+    m_pView->SetCancelText(CancelText(uiSeconds));
+    m_pView->StartTimer(AUTO_CANCEL_TICK_MS);
+}
+
+void COrvprintDDlg::StopAutoCancel()
+{
+    if (m_bAutoCancelRunning) {
+        m_bAutoCancelRunning = false;
+        m_pView->StopTimer();
+    }
+}
+
+uint32_t COrvprintDDlg::GetAutoCancelSecondsLeft() const
+{
+    if (!m_bAutoCancelRunning) {
+        return 0;
+    }
+    const auto tpNow = m_fnClock ? m_fnClock() : std::chrono::steady_clock::now();
+    if (tpNow >= m_tpAutoCancel) {
+        return 0;
+    }
+    // Whole seconds, rounded up: "(1)" is shown during the last second.
+    const auto msLeft = std::chrono::duration_cast<std::chrono::milliseconds>(m_tpAutoCancel - tpNow).count();
+    return static_cast<uint32_t>((msLeft + 999) / 1000);
+}
+
+void COrvprintDDlg::OnTimer()
+{
+    if (!m_bAutoCancelRunning) {
+        return;
+    }
+    const uint32_t uiLeft = GetAutoCancelSecondsLeft();
+    if (uiLeft == 0) {
+        ORV_TRACE_SCOPE("COrvprintDDlg::OnTimer");
+        ORV_LOG_INFO("%s(%d) : No input for %u seconds: the dialog cancels printing (AutoCancelSeconds).",
+                     static_cast<unsigned int>(m_uiAutoCancelSeconds));
+        AnswerCancelled();
+        return;
+    }
+    if (uiLeft != m_uiSecondsShown) {
+        m_uiSecondsShown = uiLeft;
+        m_pView->SetCancelText(CancelText(uiLeft));
+    }
 }

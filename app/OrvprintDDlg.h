@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -11,6 +12,7 @@
 #include "app/IOrvprintDDlgEvents.h"
 #include "app/IOrvprintDDlgView.h"
 #include "app/OrvprintDDlgException.h"
+#include "app/OrvprintDDlgListFilter.h"
 
 // The print-option dialog: for one print job the user picks the printer and
 // the project, or cancels printing. It reads the request in place through
@@ -31,6 +33,10 @@ public:
 
     typedef std::function<std::unique_ptr<IOrvprintDDlgView>(IOrvprintDDlgEvents&)> ViewFactory;
     typedef std::function<std::shared_ptr<IOrvprintDDlgConfig>()> ConfigFactory;
+    typedef std::function<std::chrono::steady_clock::time_point()> Clock;
+
+    // How often the auto-cancel looks at the clock.
+    static const unsigned int AUTO_CANCEL_TICK_MS = 200;
 
     // Views the request (pRecvBuffer, *puiRecvSize bytes) and the answer
     // (pRespBuffer, *puiRespSize bytes), clears the answer's two ids and
@@ -46,6 +52,8 @@ public:
     // Replace the platform window or the settings (tests). Set before DoModal.
     void SetViewFactory(ViewFactory fnViewFactory) { m_fnViewFactory = std::move(fnViewFactory); }
     void SetConfigFactory(ConfigFactory fnConfigFactory) { m_fnConfigFactory = std::move(fnConfigFactory); }
+    // The auto-cancel's clock (tests); steady_clock by default.
+    void SetClock(Clock fnClock) { m_fnClock = std::move(fnClock); }
 
     // Shows the dialog and returns when the user has closed it: RESULT_OK (1) or
     // RESULT_CANCEL (2). Runs on the calling thread, which must be able to own
@@ -58,6 +66,15 @@ public:
     void OnCbnSelchangeProjectSel() override;
     void OnBnClickedOk() override;
     void OnBnClickedCancel() override;
+    bool OnListText(IOrvprintDDlgView::EList eList, const std::u16string& strUnits) override;
+    bool OnListBackspace(IOrvprintDDlgView::EList eList) override;
+    bool OnListEscape(IOrvprintDDlgView::EList eList) override;
+    void OnListCloseUp(IOrvprintDDlgView::EList eList) override;
+    void OnUserInput() override;
+    void OnTimer() override;
+
+    // The seconds the auto-cancel still waits; 0 when it does not run.
+    uint32_t GetAutoCancelSecondsLeft() const;
 
     void AdjustProjectControls(IOrvprintDDlgConfig& objConfig);
     void InitContorls(IOrvprintDDlgConfig& objConfig);
@@ -72,7 +89,22 @@ public:
                                 const std::wstring& strPrefix);
 
 private:
+    // Result 1, the ids as the constructor zeroed them, the full size; ends
+    // the dialog with RESULT_CANCEL.
+    void AnswerCancelled();
     void SelectDefault(IOrvprintDDlgView::EList eList, const std::wstring& strDefault);
+    // The selected item's list index. While text is typed the list shows
+    // rows of a part of the items: the index is then the one the user chose
+    // last (or the one selected before typing).
+    int CurSel(IOrvprintDDlgView::EList eList) const;
+    // The list shows what its filter keeps.
+    void ShowFilter(IOrvprintDDlgView::EList eList);
+    // Applies a change of the typed text (false: the filter did not take
+    // it) and shows the result.
+    bool ChangeFilter(IOrvprintDDlgView::EList eList, const std::function<bool(COrvprintDDlgListFilter&)>& fnChange);
+    void StartAutoCancel(uint32_t uiSeconds);
+    void StopAutoCancel();
+    std::wstring CancelText(uint32_t uiSeconds) const;
 
     std::unique_ptr<CJobOptionData> m_pJobOption;
     std::unique_ptr<CJobSelectedData> m_pJobSelected;
@@ -84,4 +116,18 @@ private:
     ViewFactory m_fnViewFactory;
     ConfigFactory m_fnConfigFactory;
     std::unique_ptr<IOrvprintDDlgView> m_pView;
+    // OnInitDialog failed (settings unreadable or the lists not filled): OK
+    // then answers as Cancel does.
+    bool m_bInitFailed;
+
+    // Type to search, per list (PRINTER_LIST, PROJECT_LIST).
+    COrvprintDDlgListFilter m_aFilter[2];
+    int m_aiSel[2];
+
+    // Auto-cancel: runs from the end of initialisation until the first input.
+    Clock m_fnClock;
+    bool m_bAutoCancelRunning;
+    uint32_t m_uiAutoCancelSeconds;
+    uint32_t m_uiSecondsShown;
+    std::chrono::steady_clock::time_point m_tpAutoCancel;
 };

@@ -14,6 +14,7 @@ public:
     bool Get_CanSelectNoPrinter() override;
     bool Get_CanSelectNoProject() override;
     bool Get_DisplayProjectSelection() override;
+    uint32_t Get_AutoCancelSeconds() override;
     std::wstring Get_DefaultPrinter() override;
     std::wstring Get_DefaultProject() override;
     void Set_DefaultPrinter(const std::wstring& strName) override;

@@ -232,6 +232,11 @@ presenter_floor_ms=$(num "$(bench Dialog/baseline/read_records_and_add_items p50
 qt_shipped_ms=$(num "$(bench Dialog/qt_view_fill_and_show/logging:shipped p50_us)" 1000 1)
 qt_off_ms=$(num "$(bench Dialog/qt_view_fill_and_show/logging:off p50_us)" 1000 1)
 qt_floor_ms=$(num "$(bench Dialog/baseline/qt_plain_dialog_fill_and_show p50_us)" 1000 1)
+search_type_ms=$(num "$(bench Dialog/search/presenter_keystroke_500_projects type_p50_us)" 1000 4)
+search_back_ms=$(num "$(bench Dialog/search/presenter_keystroke_500_projects backspace_p50_us)" 1000 4)
+qt_search_type_ms=$(num "$(bench Dialog/search/qt_keystroke_500_projects type_p50_us)" 1000 2)
+qt_search_back_ms=$(num "$(bench Dialog/search/qt_keystroke_500_projects backspace_p50_us)" 1000 2)
+qt_search_back_p99_ms=$(num "$(bench Dialog/search/qt_keystroke_500_projects backspace_p99_us)" 1000 2)
 scope_disabled_ns=$(num "$(bench Logging/trace_scope/logging_disabled)" 1 1)
 scope_plain_ns=$(num "$(bench Logging/trace_scope/begin_end_off/config:plain/depth:1)" 1 0)
 scope_shipped_ns=$(num "$(bench Logging/trace_scope/begin_end_off/config:shipped/depth:5)" 1 0)
@@ -289,6 +294,8 @@ $busy_note
 | largest request: presenter fill, logging as shipped | $presenter_shipped_ms ms (with Config.ini read: $presenter_file_ms ms; floor $presenter_floor_ms ms) | under 2 ms | $(verdict "$presenter_shipped_ms" "<" 2) |
 | largest request: presenter fill, logging off | $presenter_off_ms ms | under 2 ms | $(verdict "$presenter_off_ms" "<" 2) |
 | largest request: Qt view fill and show, logging as shipped | $qt_shipped_ms ms (logging off: $qt_off_ms ms; plain Qt dialog $qt_floor_ms ms) | under 50 ms | $(verdict "$qt_shipped_ms" "<" 50) |
+| type to search, one keystroke on 500 projects: presenter filter | $search_type_ms ms ("5" keeps 96 of 500; Backspace back to all: $search_back_ms ms) | under 1 ms | $(verdict "$search_type_ms" "<" 1) |
+| type to search, one keystroke on 500 projects: Qt view update (key to open list painted) | $qt_search_type_ms ms (Backspace back to all 500: $qt_search_back_ms ms, 99th percentile $qt_search_back_p99_ms ms) | under 16 ms | $(verdict "$qt_search_back_ms" "<" 16) |
 | trace scope, logging disabled | $scope_disabled_ns ns | under 10 ns | $(verdict "$scope_disabled_ns" "<" 10) |
 | trace scope, begin/end lines off, shipped configuration, depth 5 | $scope_shipped_ns ns (its floor, the NDC push and pop alone: $ndc_ns ns) | under 300 ns | $(verdict "$scope_shipped_ns" "<" 300) |
 | trace scope, begin/end lines off, no filter, depth 1 | $scope_plain_ns ns (outermost scope: $scope_outermost_ns ns) | under 300 ns | $(verdict "$scope_plain_ns" "<" 300) |

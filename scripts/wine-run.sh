@@ -14,7 +14,8 @@ done
 export WINEPREFIX=${WINEPREFIX:-$build_dir/wineprefix}
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-"mscoree,mshtml=;winemenubuilder.exe=d"}
-"$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX"
+# ORV_WINE_DPI: the screen DPI of a prefix of its own (made on first use).
+"$(dirname "$0")/wine-prefix.sh" "$WINEPREFIX" "${ORV_WINE_DPI:-96}"
 
 # A program that shows windows needs a session whose desktop was made with a
 # display. A session that a program without one left behind (it lingers for

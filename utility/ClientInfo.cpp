@@ -107,7 +107,29 @@ uint32_t GetServerConfig(SERVER_CONFIG& config)
     config.blAuditInstall = ReadBool(SECTION_SERVER_CONFIG, L"AuditInstalled", 0, strPath);
     config.blSGIdentifyInstall = ReadBool(SECTION_SERVER_CONFIG, L"SGIdentifyInstalled", 0, strPath);
     config.blFilterInstall = ReadBool(SECTION_SERVER_CONFIG, L"FilterIntalled", 0, strPath);
+    config.uiAutoCancelSeconds = ParseAutoCancelSeconds(ReadString(SECTION_SERVER_CONFIG, L"AutoCancelSeconds", strPath));
     return CLIENT_INFO_OK;
+}
+
+uint32_t ParseAutoCancelSeconds(const std::wstring& strValue)
+{
+    const size_t uiFirst = strValue.find_first_not_of(L" \t");
+    if (uiFirst == std::wstring::npos) {
+        return 0;
+    }
+    const size_t uiLast = strValue.find_last_not_of(L" \t");
+    uint32_t uiSeconds = 0;
+    for (size_t i = uiFirst; i <= uiLast; ++i) {
+        const wchar_t ch = strValue[i];
+        if (ch < L'0' || ch > L'9') {
+            return 0;
+        }
+        uiSeconds = uiSeconds * 10 + static_cast<uint32_t>(ch - L'0');
+        if (uiSeconds > AUTO_CANCEL_MAX_SECONDS) {
+            return 0;
+        }
+    }
+    return uiSeconds;
 }
 
 uint32_t WriteClientSetting(const CLIENT_SETTING& setting)

@@ -18,6 +18,9 @@
 //     AuditInstalled=0               BOOL, default 0
 //     SGIdentifyInstalled=0          BOOL, default 0
 //     FilterIntalled=0               BOOL, default 0 (the key is spelt so)
+//     AutoCancelSeconds=0            the print-option dialog cancels itself
+//                                    after this many seconds without input;
+//                                    1 to 86400, anything else means never
 //
 // BOOL fields keep whatever integer the file holds; any non-zero is true.
 
@@ -36,6 +39,9 @@ struct SERVER_CONFIG {
     int32_t blAuditInstall = 0;
     int32_t blSGIdentifyInstall = 0;
     int32_t blFilterInstall = 0;
+    // "AutoCancelSeconds": 0 = never (missing, 0 or invalid), else 1..86400.
+    // Not part of the dump below, which keeps the four installed features.
+    uint32_t uiAutoCancelSeconds = 0;
 };
 
 namespace OrvUtility {
@@ -44,6 +50,9 @@ namespace OrvUtility {
 const uint32_t CLIENT_INFO_OK = 0;
 const uint32_t CLIENT_INFO_FAILED = 1;
 
+// The longest auto-cancel time: one day.
+const uint32_t AUTO_CANCEL_MAX_SECONDS = 86400;
+
 // Fills all five fields from "Setting". Readers hold the settings-file lock
 // while they read. 0, or 1 when the folder is unknown; a missing file or
 // key gives the defaults.
@@ -51,8 +60,14 @@ uint32_t ReadClientSetting(CLIENT_SETTING& setting);
 // Writes all five fields to "Setting" (without the lock), stopping at the
 // first write that fails. 0, or 1.
 uint32_t WriteClientSetting(const CLIENT_SETTING& setting);
-// Fills the four fields from "ServerConfig", under the lock. 0, or 1.
+// Fills the four fields and the auto-cancel seconds from "ServerConfig",
+// under the lock. 0, or 1.
 uint32_t GetServerConfig(SERVER_CONFIG& config);
+
+// The auto-cancel seconds that a value of "AutoCancelSeconds" means: a whole
+// decimal number from 1 to 86400 (spaces around it allowed) is taken as it
+// is; empty, 0, negative, too large or not a number is 0 (never).
+uint32_t ParseAutoCancelSeconds(const std::wstring& strValue);
 
 // Writes "1" for a non-zero value, "0" for zero; returns the platform
 // write's result (non-zero on success).

@@ -1,6 +1,10 @@
 #include "app/posix/OrvprintDDlgQtView.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QStyleOptionComboBox>
 #include <QFontMetrics>
 #include <QGroupBox>
 #include <QIcon>
@@ -71,7 +75,9 @@ void COrvprintDDlgQtView::SetMessageBoxHandler(MessageBoxHandler fnHandler)
 COrvprintDDlgQtView::COrvprintDDlgQtView(IOrvprintDDlgEvents& objEvents)
     : QDialog(nullptr, Qt::Dialog | Qt::WindowStaysOnTopHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                            Qt::WindowCloseButtonHint | Qt::MSWindowsFixedSizeDialogHint),
-      m_objEvents(objEvents)
+      m_objEvents(objEvents),
+      m_apSearch{nullptr, nullptr},
+      m_bRebuilding(false)
 {
     setFont(DialogFont());
     setWindowTitle(QString::fromStdWString(L"请选择打印选项"));
@@ -106,6 +112,7 @@ COrvprintDDlgQtView::COrvprintDDlgQtView(IOrvprintDDlgEvents& objEvents)
 
     QLabel* pPrinterLabel = new QLabel(QString::fromStdWString(L"打印机名："), this);
     pPrinterLabel->setGeometry(DluRect(24, 20, 41, 8));
+    pPrinterLabel->setBuddy(m_pPrinterCombo);
 
     m_pProjectCombo = new QComboBox(this);
     m_pProjectCombo->setObjectName(QStringLiteral("IDC_PROJECT_SEL"));
@@ -114,6 +121,7 @@ COrvprintDDlgQtView::COrvprintDDlgQtView(IOrvprintDDlgEvents& objEvents)
     m_pProjectLabel = new QLabel(QString::fromStdWString(L"项目名称："), this);
     m_pProjectLabel->setObjectName(QStringLiteral("IDC_PROJECT_LABEL"));
     m_pProjectLabel->setGeometry(DluRect(24, 110, 41, 8));
+    m_pProjectLabel->setBuddy(m_pProjectCombo);
 
     QLabel* pPrinterDetailsLabel = new QLabel(QString::fromStdWString(L"详细信息："), this);
     pPrinterDetailsLabel->setGeometry(DluRect(24, 36, 41, 8));
@@ -126,6 +134,10 @@ COrvprintDDlgQtView::COrvprintDDlgQtView(IOrvprintDDlgEvents& objEvents)
         pEdit->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
         pEdit->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         pEdit->setGeometry(DluRect(72, y, 192, 42));
+        // A tab stop that Tab leaves again, as in a dialog.
+        pEdit->setFocusPolicy(Qt::StrongFocus);
+        pEdit->setTabChangesFocus(true);
+        pEdit->setAccessibleName(QString::fromStdWString(L"详细信息"));
         return pEdit;
     };
     m_pPrinterDetails = makeDetails("IDC_PRINTER_DETAILS", 36);
@@ -152,6 +164,16 @@ COrvprintDDlgQtView::COrvprintDDlgQtView(IOrvprintDDlgEvents& objEvents)
     pPrinterGroup->lower();
     m_pProjectGroup->lower();
     m_pMarker->lower();
+
+    // Screen readers: each list and details box is named by its label
+    // without the colon.
+    m_pPrinterCombo->setAccessibleName(QString::fromStdWString(L"打印机名"));
+    m_pProjectCombo->setAccessibleName(QString::fromStdWString(L"项目名称"));
+    WatchList(m_pPrinterCombo);
+    WatchList(m_pProjectCombo);
+
+    m_timer.setObjectName(QStringLiteral("IDT_AUTO_CANCEL"));
+    connect(&m_timer, &QTimer::timeout, this, [this]() { m_objEvents.OnTimer(); });
 
     connect(m_pOk, &QPushButton::clicked, this, [this]() { m_objEvents.OnBnClickedOk(); });
     connect(m_pCancel, &QPushButton::clicked, this, [this]() { m_objEvents.OnBnClickedCancel(); });
@@ -188,7 +210,177 @@ void COrvprintDDlgQtView::PlaceCombo(QComboBox* pCombo, int x, int y, int cx)
 int COrvprintDDlgQtView::RunModal()
 {
     m_objEvents.OnInitDialog();
-    return exec();
+    // Keys and clicks anywhere in the dialog (and its open lists) stop the
+    // auto-cancel; keys and input-method text in a list search it.
+    qApp->installEventFilter(this);
+    const int iResult = exec();
+    qApp->removeEventFilter(this);
+    m_timer.stop();
+    return iResult;
+}
+
+void COrvprintDDlgQtView::WatchList(QComboBox* pCombo)
+{
+    pCombo->setAttribute(Qt::WA_InputMethodEnabled, true);
+    pCombo->view()->setAttribute(Qt::WA_InputMethodEnabled, true);
+}
+
+QComboBox* COrvprintDDlgQtView::List(EList eList) const
+{
+    return eList == PRINTER_LIST ? static_cast<QComboBox*>(m_pPrinterCombo) : m_pProjectCombo;
+}
+
+int COrvprintDDlgQtView::ListOf(QObject* pObject) const
+{
+    for (int i = PRINTER_LIST; i <= PROJECT_LIST; ++i) {
+        QComboBox* pCombo = List(static_cast<EList>(i));
+        if (pObject == pCombo || pObject == pCombo->view() || pObject == pCombo->view()->window()) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+bool COrvprintDDlgQtView::eventFilter(QObject* pObject, QEvent* pEvent)
+{
+    const QEvent::Type eType = pEvent->type();
+    if (pObject->isWidgetType() &&
+        (eType == QEvent::KeyPress || eType == QEvent::MouseButtonPress || eType == QEvent::InputMethod)) {
+        m_objEvents.OnUserInput();
+    }
+    const int iList = ListOf(pObject);
+    if (iList < 0) {
+        return QDialog::eventFilter(pObject, pEvent);
+    }
+    const EList eList = static_cast<EList>(iList);
+    QComboBox* pCombo = List(eList);
+    if (pObject == pCombo->view()->window()) {
+        // The open list appears or goes.
+        if (eType == QEvent::Show) {
+            m_objEvents.OnUserInput();
+        } else if (eType == QEvent::Hide && !m_bRebuilding) {
+            // After the combo box has taken the choice from the list.
+            QTimer::singleShot(0, this, [this, eList]() { m_objEvents.OnListCloseUp(eList); });
+        }
+        return false;
+    }
+    return HandleListKey(eList, pEvent) || QDialog::eventFilter(pObject, pEvent);
+}
+
+bool COrvprintDDlgQtView::HandleListKey(EList eList, QEvent* pEvent)
+{
+    if (pEvent->type() == QEvent::InputMethod) {
+        QInputMethodEvent* pInput = static_cast<QInputMethodEvent*>(pEvent);
+        if (pInput->commitString().isEmpty()) {
+            return false;
+        }
+        m_objEvents.OnListText(eList, pInput->commitString().toStdU16String());
+        pInput->accept();
+        return true;
+    }
+    if (pEvent->type() != QEvent::KeyPress) {
+        return false;
+    }
+    QKeyEvent* pKey = static_cast<QKeyEvent*>(pEvent);
+    if (pKey->key() == Qt::Key_Backspace) {
+        return m_objEvents.OnListBackspace(eList);
+    }
+    if (pKey->key() == Qt::Key_Escape) {
+        return m_objEvents.OnListEscape(eList);
+    }
+    if (pKey->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) {
+        return false;
+    }
+    const QString strText = pKey->text();
+    if (strText.isEmpty()) {
+        return false;
+    }
+    return m_objEvents.OnListText(eList, strText.toStdU16String());
+}
+
+void COrvprintDDlgQtView::ShowListItems(EList eList, const std::vector<int>& vecIndexes, int iSelRow,
+                                        const std::wstring& strTyped)
+{
+    QComboBox* pCombo = List(eList);
+    const std::vector<QString>& vecTexts = m_avecTexts[eList];
+    const bool bOpen = pCombo->view()->window()->isVisible();
+
+    m_bRebuilding = true;
+    const bool bOldBlocked = pCombo->blockSignals(true);
+    pCombo->clear();
+    QStringList listTexts;
+    listTexts.reserve(static_cast<int>(vecIndexes.size()));
+    for (int iIndex : vecIndexes) {
+        listTexts.append(vecTexts[static_cast<size_t>(iIndex)]);
+    }
+    pCombo->addItems(listTexts);
+    if (eList == PRINTER_LIST) {
+        for (size_t iRow = 0; iRow < vecIndexes.size(); ++iRow) {
+            const size_t uiIndex = static_cast<size_t>(vecIndexes[iRow]);
+            pCombo->setItemData(static_cast<int>(iRow), QVariant::fromValue<quintptr>(m_vecPrinterData[uiIndex]));
+            const CMyComboBox::ITEM_INFO* pItem = m_pPrinterCombo->GetItemInfo(static_cast<int>(iRow));
+            if (pItem != nullptr) {
+                pCombo->setItemData(static_cast<int>(iRow), ToQString(pItem->strDescription),
+                                    Qt::AccessibleDescriptionRole);
+            }
+        }
+    }
+    pCombo->setCurrentIndex(iSelRow);
+    pCombo->blockSignals(bOldBlocked);
+
+    ShowTyped(eList, ToQString(strTyped));
+    if (!strTyped.empty() || bOpen) {
+        // Opens the list when typing starts; an open list takes its new size.
+        pCombo->showPopup();
+        if (iSelRow >= 0) {
+            pCombo->view()->setCurrentIndex(pCombo->model()->index(iSelRow, 0));
+        }
+    }
+    m_bRebuilding = false;
+}
+
+void COrvprintDDlgQtView::ShowTyped(EList eList, const QString& strTyped)
+{
+    QComboBox* pCombo = List(eList);
+    QLabel*& pLabel = m_apSearch[eList];
+    if (strTyped.isEmpty()) {
+        if (pLabel != nullptr) {
+            pLabel->hide();
+        }
+        return;
+    }
+    if (pLabel == nullptr) {
+        pLabel = new QLabel(pCombo);
+        pLabel->setObjectName(eList == PRINTER_LIST ? QStringLiteral("IDC_PRINTER_SEARCH")
+                                                    : QStringLiteral("IDC_PROJECT_SEARCH"));
+        pLabel->setAutoFillBackground(true);
+        pLabel->setBackgroundRole(QPalette::Base);
+        pLabel->setForegroundRole(QPalette::Text);
+        pLabel->setAttribute(Qt::WA_TransparentForMouseEvents, true);
+    }
+    QStyleOptionComboBox opt;
+    opt.initFrom(pCombo);
+    opt.editable = false;
+    pLabel->setGeometry(
+        pCombo->style()->subControlRect(QStyle::CC_ComboBox, &opt, QStyle::SC_ComboBoxEditField, pCombo));
+    pLabel->setText(strTyped);
+    pLabel->show();
+    pLabel->raise();
+}
+
+void COrvprintDDlgQtView::SetCancelText(const std::wstring& strText)
+{
+    m_pCancel->setText(ToQString(strText));
+}
+
+void COrvprintDDlgQtView::StartTimer(unsigned int uiMilliseconds)
+{
+    m_timer.start(static_cast<int>(uiMilliseconds));
+}
+
+void COrvprintDDlgQtView::StopTimer()
+{
+    m_timer.stop();
 }
 
 void COrvprintDDlgQtView::EndDialog(int iResult)
@@ -209,7 +401,14 @@ void COrvprintDDlgQtView::ClearPrinterEdit()
 int COrvprintDDlgQtView::AddPrinterItem(const std::wstring& strText, const std::wstring& strDescription,
                                          bool bEnabled)
 {
-    return m_pPrinterCombo->AddItem(strText, strDescription, bEnabled);
+    const int iIndex = m_pPrinterCombo->AddItem(strText, strDescription, bEnabled);
+    if (iIndex >= 0) {
+        m_avecTexts[PRINTER_LIST].push_back(ToQString(strText));
+        m_vecPrinterData.push_back(m_pPrinterCombo->itemData(iIndex).value<quintptr>());
+        // Screen readers read each printer's name and its state line.
+        m_pPrinterCombo->setItemData(iIndex, ToQString(strDescription), Qt::AccessibleDescriptionRole);
+    }
+    return iIndex;
 }
 
 int COrvprintDDlgQtView::AddProjectItem(const std::wstring& strText)
@@ -225,6 +424,7 @@ int COrvprintDDlgQtView::AddProjectItem(const std::wstring& strText)
     if (m_pProjectCombo->count() != iOldCount + 1) {
         return -1;
     }
+    m_avecTexts[PROJECT_LIST].push_back(ToQString(strText));
     return m_pProjectCombo->count() - 1;
 }
 

@@ -2,7 +2,9 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 #include <QDialog>
+#include <QTimer>
 #include "app/IOrvprintDDlgEvents.h"
 #include "app/IOrvprintDDlgView.h"
 
@@ -44,6 +46,11 @@ public:
     void EnableOk(bool bEnable) override;
     void HideProjectSection() override;
     void ShowMessageBox(const std::wstring& strText) override;
+    void ShowListItems(EList eList, const std::vector<int>& vecIndexes, int iSelRow,
+                       const std::wstring& strTyped) override;
+    void SetCancelText(const std::wstring& strText) override;
+    void StartTimer(unsigned int uiMilliseconds) override;
+    void StopTimer() override;
 
     // Moves a control by dx, dy pixels.
     void MoveControl(QWidget* pControl, int dx, int dy);
@@ -63,16 +70,30 @@ public:
     QLabel* ProjectLabel() const { return m_pProjectLabel; }
     QLabel* ProjectDetailsLabel() const { return m_pProjectDetailsLabel; }
     QGroupBox* Marker() const { return m_pMarker; }
+    QComboBox* List(EList eList) const;
+    // The typed text shown over a list's field (hidden while nothing is typed).
+    QLabel* SearchLabel(EList eList) const { return m_apSearch[eList]; }
+    // The auto-cancel's timer (tests fire it by hand with a clock of their own).
+    QTimer* AutoCancelTimer() { return &m_timer; }
 
     static const wchar_t* const APPLICATION_TITLE;
 
 protected:
     // Escape and the close box come here: the presenter decides.
     void reject() override;
+    // Type to search on the two lists and their open lists; while the
+    // dialog runs, every key, click and input-method commit is reported.
+    bool eventFilter(QObject* pObject, QEvent* pEvent) override;
 
 private:
     QRect DluRect(int x, int y, int cx, int cy) const;
     void PlaceCombo(QComboBox* pCombo, int x, int y, int cx);
+    // Lets input methods commit text into the list and its open list.
+    void WatchList(QComboBox* pCombo);
+    // The list (combo or its open list) an object belongs to; -1 for none.
+    int ListOf(QObject* pObject) const;
+    bool HandleListKey(EList eList, QEvent* pEvent);
+    void ShowTyped(EList eList, const QString& strTyped);
 
     IOrvprintDDlgEvents& m_objEvents;
     int m_iBaseUnitX;
@@ -88,4 +109,11 @@ private:
     QGroupBox* m_pProjectGroup;
     QLabel* m_pProjectDetailsLabel;
     QGroupBox* m_pMarker;
+
+    // Every item as added, to show a part of them while text is typed.
+    std::vector<QString> m_avecTexts[2];
+    std::vector<quintptr> m_vecPrinterData;
+    QLabel* m_apSearch[2];
+    bool m_bRebuilding;
+    QTimer m_timer;
 };

@@ -16,3 +16,8 @@
 #ifndef IDC_STATIC
 #define IDC_STATIC                      (-1)
 #endif
+
+// Made by the window at run time, not in the template.
+#define IDC_PRINTER_SEARCH              1010
+#define IDC_PROJECT_SEARCH              1011
+#define IDT_AUTO_CANCEL                 1

@@ -7,7 +7,9 @@
 #include <memory>
 #include <QApplication>
 #include <QComboBox>
+#include <QAbstractItemView>
 #include <QDialog>
+#include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QTimer>
 #include "Src/Common/include/JobOptionData.h"
@@ -67,6 +69,17 @@ public:
     void EnableOk(bool bEnable) override { m_bOk = bEnable; }
     void HideProjectSection() override {}
     void ShowMessageBox(const std::wstring&) override { m_bFailed = true; }
+    void ShowListItems(EList eList, const std::vector<int>& vecIndexes, int iSelRow,
+                       const std::wstring& strTyped) override
+    {
+        m_vecShown = vecIndexes;
+        SetCurSel(eList, iSelRow);
+        benchmark::DoNotOptimize(strTyped.data());
+    }
+    void SetCancelText(const std::wstring&) override {}
+    void StartTimer(unsigned int) override {}
+    void StopTimer() override {}
+    size_t ShownCount() const { return m_vecShown.size(); }
 
     bool Failed() const { return m_bFailed; }
     bool OkEnabled() const { return m_bOk; }
@@ -81,6 +94,7 @@ private:
     std::wstring m_strDetails;
     bool m_bOk = true;
     bool m_bFailed = false;
+    std::vector<int> m_vecShown;
 };
 
 // Settings held in memory: both "no choice" entries offered, the project
@@ -91,6 +105,7 @@ public:
     bool Get_CanSelectNoPrinter() override { return true; }
     bool Get_CanSelectNoProject() override { return true; }
     bool Get_DisplayProjectSelection() override { return true; }
+    uint32_t Get_AutoCancelSeconds() override { return 0; }
     std::wstring Get_DefaultPrinter() override { return m_strPrinter; }
     std::wstring Get_DefaultProject() override { return m_strProject; }
     void Set_DefaultPrinter(const std::wstring& strName) override { m_strPrinter = strName; }
@@ -119,6 +134,29 @@ std::vector<uint8_t>& RequestCopy()
     static std::vector<uint8_t> s_vec = LargestRequest();
     return s_vec;
 }
+
+// One dialog on the largest request, with a window of type TView and the
+// settings in memory, ready to run.
+template <class TView>
+struct CLargestDialog {
+    CLargestDialog()
+    {
+        dlg.SetViewFactory([this](IOrvprintDDlgEvents& objEvents) {
+            std::unique_ptr<TView> p(new TView(objEvents));
+            pView = p.get();
+            return std::unique_ptr<IOrvprintDDlgView>(std::move(p));
+        });
+        std::shared_ptr<CMemoryConfig> spShared = spConfig;
+        dlg.SetConfigFactory([spShared]() -> std::shared_ptr<IOrvprintDDlgConfig> { return spShared; });
+    }
+
+    std::shared_ptr<CMemoryConfig> spConfig = std::make_shared<CMemoryConfig>();
+    uint8_t abyAnswer[44] = {0};
+    uint64_t uiRequestSize = RequestCopy().size();
+    uint64_t uiAnswerSize = sizeof(abyAnswer);
+    TView* pView = nullptr;
+    COrvprintDDlg dlg{RequestCopy().data(), &uiRequestSize, abyAnswer, &uiAnswerSize};
+};
 
 enum class EConfig { MEMORY, SETTINGS_FILE };
 
@@ -166,6 +204,37 @@ void BM_PresenterFill(benchmark::State& state, ELogging eLogging, EConfig eConfi
     samples.Report(state);
 }
 
+// Type to search: one keystroke in the project list of the largest request
+// (501 items with "(不选择项目)"). "5" keeps the 96 projects whose name has
+// a 5 in it; Backspace brings all of them back. The presenter's part only
+// (filter and the list of rows), with a window that keeps the rows.
+void BM_PresenterKeystroke(benchmark::State& state)
+{
+    UseLogging(ELogging::OFF);
+    CLargestDialog<CItemsOnlyView> objDialog;
+    COrvprintDDlg& dlg = objDialog.dlg;
+    dlg.DoModal();
+    CItemsOnlyView* pView = objDialog.pView;
+    CSamples samplesNarrow;
+    CSamples samplesWiden;
+    for (auto _ : state) {
+        const int64_t t0 = NowNs();
+        dlg.OnListText(IOrvprintDDlgView::PROJECT_LIST, u"5");
+        const int64_t t1 = NowNs();
+        const size_t uiNarrow = pView->ShownCount();
+        dlg.OnListBackspace(IOrvprintDDlgView::PROJECT_LIST);
+        const int64_t t2 = NowNs();
+        if (uiNarrow != 97 || pView->ShownCount() != 501) {
+            state.SkipWithError("the filter did not keep what it should");
+            break;
+        }
+        samplesNarrow.Add(t1 - t0);
+        samplesWiden.Add(t2 - t1);
+    }
+    samplesNarrow.Report(state, "type_");
+    samplesWiden.Report(state, "backspace_");
+}
+
 // The floor: the records read and their names added to the same window,
 // without the presenter (no item records kept, no details, no logging).
 void BM_PresenterBaseline(benchmark::State& state)
@@ -180,6 +249,12 @@ void BM_PresenterBaseline(benchmark::State& state)
         void OnCbnSelchangeProjectSel() override {}
         void OnBnClickedOk() override {}
         void OnBnClickedCancel() override {}
+        bool OnListText(IOrvprintDDlgView::EList, const std::u16string&) override { return false; }
+        bool OnListBackspace(IOrvprintDDlgView::EList) override { return false; }
+        bool OnListEscape(IOrvprintDDlgView::EList) override { return false; }
+        void OnListCloseUp(IOrvprintDDlgView::EList) override {}
+        void OnUserInput() override {}
+        void OnTimer() override {}
     } events;
     CSamples samples;
     for (auto _ : state) {
@@ -270,6 +345,53 @@ void BM_QtViewFillAndShow(benchmark::State& state, ELogging eLogging)
     samples.Report(state);
 }
 
+// The same keystroke in the Qt window: from the key event to the open list
+// painted with the rows that are left (and back with Backspace).
+void BM_QtKeystroke(benchmark::State& state)
+{
+    UseLogging(ELogging::OFF);
+    QtApplication();
+    CLargestDialog<COrvprintDDlgQtView> objDialog;
+    COrvprintDDlgQtView*& pView = objDialog.pView;
+    COrvprintDDlg& dlg = objDialog.dlg;
+    CSamples samplesNarrow;
+    CSamples samplesWiden;
+    bool bFailed = true;
+    QTimer::singleShot(0, [&]() {
+        QComboBox* pCombo = pView->ProjectCombo();
+        pCombo->setFocus();
+        auto key = [pCombo](int iKey, const QString& strText) {
+            QWidget* pTarget = pCombo->view()->window()->isVisible() ? pCombo->view() : static_cast<QWidget*>(pCombo);
+            QKeyEvent press(QEvent::KeyPress, iKey, Qt::NoModifier, strText);
+            QApplication::sendEvent(pTarget, &press);
+            pCombo->view()->viewport()->repaint();
+            pCombo->repaint();
+        };
+        bFailed = false;
+        for (auto _ : state) {
+            const int64_t t0 = NowNs();
+            key(Qt::Key_5, QStringLiteral("5"));
+            const int64_t t1 = NowNs();
+            const int iNarrow = pCombo->count();
+            key(Qt::Key_Backspace, QString());
+            const int64_t t2 = NowNs();
+            if (iNarrow != 97 || pCombo->count() != 501) {
+                state.SkipWithError("the list did not show what it should");
+                bFailed = true;
+                break;
+            }
+            samplesNarrow.Add(t1 - t0);
+            samplesWiden.Add(t2 - t1);
+        }
+        pView->done(IOrvprintDDlgView::RESULT_CANCEL);
+    });
+    dlg.DoModal();
+    if (!bFailed) {
+        samplesNarrow.Report(state, "type_");
+        samplesWiden.Report(state, "backspace_");
+    }
+}
+
 void BM_QtPlainDialogBaseline(benchmark::State& state)
 {
     UseLogging(ELogging::OFF);
@@ -335,5 +457,9 @@ ORV_BENCH_REGISTER(Dialog)
             ->Unit(benchmark::kMillisecond);
     }
     benchmark::RegisterBenchmark("Dialog/baseline/qt_plain_dialog_fill_and_show", BM_QtPlainDialogBaseline)
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("Dialog/search/presenter_keystroke_500_projects", BM_PresenterKeystroke)
+        ->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark("Dialog/search/qt_keystroke_500_projects", BM_QtKeystroke)
         ->Unit(benchmark::kMillisecond);
 }

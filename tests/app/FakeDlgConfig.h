@@ -11,6 +11,7 @@ public:
     bool m_bCanSelectNoPrinter = false;
     bool m_bCanSelectNoProject = false;
     bool m_bDisplayProjectSelection = true;
+    uint32_t m_uiAutoCancelSeconds = 0;
     std::wstring m_strDefaultPrinter;
     std::wstring m_strDefaultProject;
     int m_iSetPrinterCalls = 0;
@@ -19,6 +20,7 @@ public:
     bool Get_CanSelectNoPrinter() override { return m_bCanSelectNoPrinter; }
     bool Get_CanSelectNoProject() override { return m_bCanSelectNoProject; }
     bool Get_DisplayProjectSelection() override { return m_bDisplayProjectSelection; }
+    uint32_t Get_AutoCancelSeconds() override { return m_uiAutoCancelSeconds; }
     std::wstring Get_DefaultPrinter() override { return m_strDefaultPrinter; }
     std::wstring Get_DefaultProject() override { return m_strDefaultProject; }
     void Set_DefaultPrinter(const std::wstring& strName) override

@@ -46,6 +46,15 @@ public:
     int m_iEnableOkCalls = 0;
     bool m_bProjectHidden = false;
     std::vector<std::wstring> m_vecMessages;
+    // Type to search: what each list shows (indexes as added; empty = not
+    // filtered yet) and the typed text shown.
+    std::vector<int> m_avecShown[2];
+    std::wstring m_astrTyped[2];
+    int m_iShowCalls = 0;
+    // Auto-cancel.
+    std::wstring m_strCancelText = L"取消打印";
+    unsigned int m_uiTimerMs = 0;
+    bool m_bTimerRunning = false;
 
     // The user's actions.
     void SelectPrinter(int iIndex)
@@ -59,6 +68,21 @@ public:
         m_objEvents.OnCbnSelchangeProjectSel();
     }
     void ClickOk() { m_objEvents.OnBnClickedOk(); }
+    // Typing into a list; true when the dialog took it.
+    bool Type(EList eList, const std::u16string& strUnits) { return m_objEvents.OnListText(eList, strUnits); }
+    bool Backspace(EList eList) { return m_objEvents.OnListBackspace(eList); }
+    bool Escape(EList eList) { return m_objEvents.OnListEscape(eList); }
+    void CloseUp(EList eList) { m_objEvents.OnListCloseUp(eList); }
+    void Tick() { m_objEvents.OnTimer(); }
+    // The texts of the rows a list shows.
+    std::vector<std::wstring> ShownTexts(EList eList) const
+    {
+        std::vector<std::wstring> vec;
+        for (int i : m_avecShown[eList]) {
+            vec.push_back(GetItemText(eList, i));
+        }
+        return vec;
+    }
     void ClickCancel() { m_objEvents.OnBnClickedCancel(); }
 
     // IOrvprintDDlgView
@@ -116,6 +140,21 @@ public:
     }
     void HideProjectSection() override { m_bProjectHidden = true; }
     void ShowMessageBox(const std::wstring& strText) override { m_vecMessages.push_back(strText); }
+    void ShowListItems(EList eList, const std::vector<int>& vecIndexes, int iSelRow,
+                       const std::wstring& strTyped) override
+    {
+        m_avecShown[eList] = vecIndexes;
+        (eList == PRINTER_LIST ? m_iPrinterSel : m_iProjectSel) = iSelRow;
+        m_astrTyped[eList] = strTyped;
+        ++m_iShowCalls;
+    }
+    void SetCancelText(const std::wstring& strText) override { m_strCancelText = strText; }
+    void StartTimer(unsigned int uiMilliseconds) override
+    {
+        m_uiTimerMs = uiMilliseconds;
+        m_bTimerRunning = true;
+    }
+    void StopTimer() override { m_bTimerRunning = false; }
 
 private:
     IOrvprintDDlgEvents& m_objEvents;

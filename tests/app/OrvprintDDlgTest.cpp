@@ -9,6 +9,8 @@
 #include "app/FakeDlgConfig.h"
 #include "app/FakeOrvprintDDlgView.h"
 #include "app/JobRequestBuilder.h"
+#include "app/OrvprintDDlgFixture.h"
+#include "language/TextConvert.h"
 #include "support/LogCapture.h"
 
 using orvtest::CFakeDlgConfig;
@@ -17,90 +19,10 @@ using orvtest::CJobRequestBuilder;
 
 namespace {
 
-const uint8_t FILL = 0xAB;
+const uint8_t FILL = orvtest::REPLY_FILL;
+const auto Answer = orvtest::AnswerBytes;
 
-// The 44 answer bytes as the printing service reads them.
-std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinterId, const std::u16string& strProjectId)
-{
-    std::vector<uint8_t> vec(44, 0);
-    std::memcpy(vec.data(), &iResult, 4);
-    std::memcpy(vec.data() + 4, strPrinterId.data(), strPrinterId.size() * 2);
-    std::memcpy(vec.data() + 24, strProjectId.data(), strProjectId.size() * 2);
-    return vec;
-}
-
-class OrvprintDDlgTest : public ::testing::Test {
-protected:
-    typedef std::function<void(CFakeOrvprintDDlgView&)> Script;
-
-    void Construct()
-    {
-        m_vecRequest = m_request.Build();
-        m_uiRecvSize = m_vecRequest.size();
-        m_abyReply.fill(FILL);
-        m_uiRespSize = m_abyReply.size();
-        m_pDlg.reset(new COrvprintDDlg(m_vecRequest.data(), &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize));
-    }
-
-    int Run(Script fnScript = Script())
-    {
-        if (!m_pDlg) {
-            Construct();
-        }
-        m_pDlg->SetViewFactory([this, fnScript](IOrvprintDDlgEvents& objEvents) {
-            std::unique_ptr<CFakeOrvprintDDlgView> pView(new CFakeOrvprintDDlgView(objEvents));
-            pView->m_fnScript = fnScript;
-            pView->m_iFailPrinterAdd = m_iFailPrinterAdd;
-            pView->m_iFailProjectAdd = m_iFailProjectAdd;
-            pView->m_iFailCode = m_iFailCode;
-            m_pView = pView.get();
-            return std::unique_ptr<IOrvprintDDlgView>(std::move(pView));
-        });
-        m_pDlg->SetConfigFactory([this]() -> std::shared_ptr<IOrvprintDDlgConfig> {
-            ++m_iConfigsMade;
-            if (m_bConfigThrows) {
-                throw COrvConfigException(0);
-            }
-            return m_spConfig;
-        });
-        return m_pDlg->DoModal();
-    }
-
-    std::vector<uint8_t> Reply(size_t uiBytes = 44) const
-    {
-        return std::vector<uint8_t>(m_abyReply.begin(), m_abyReply.begin() + uiBytes);
-    }
-
-    int32_t ReplyResult() const
-    {
-        int32_t iResult;
-        std::memcpy(&iResult, m_abyReply.data(), 4);
-        return iResult;
-    }
-
-    // The bytes after the 44-byte answer are never written.
-    void ExpectTailUntouched() const
-    {
-        for (size_t i = 44; i < m_abyReply.size(); ++i) {
-            ASSERT_EQ(FILL, m_abyReply[i]) << "byte " << i;
-        }
-    }
-
-    CJobRequestBuilder m_request;
-    std::shared_ptr<CFakeDlgConfig> m_spConfig = std::make_shared<CFakeDlgConfig>();
-    bool m_bConfigThrows = false;
-    int m_iConfigsMade = 0;
-    int m_iFailPrinterAdd = -1;
-    int m_iFailProjectAdd = -1;
-    int m_iFailCode = -1;
-
-    std::vector<uint8_t> m_vecRequest;
-    uint64_t m_uiRecvSize = 0;
-    std::array<uint8_t, 64> m_abyReply{};
-    uint64_t m_uiRespSize = 0;
-    std::unique_ptr<COrvprintDDlg> m_pDlg;
-    CFakeOrvprintDDlgView* m_pView = nullptr;
-};
+class OrvprintDDlgTest : public orvtest::COrvprintDDlgFixture {};
 
 typedef std::function<void(CFakeOrvprintDDlgView&)> Script;
 const Script CANCEL = [](CFakeOrvprintDDlgView& v) { v.ClickCancel(); };
@@ -360,6 +282,31 @@ TEST_F(OrvprintDDlgTest, FindItemByPrefixRule)
     EXPECT_EQ(-1, COrvprintDDlg::FindItemByPrefix(*m_pView, IOrvprintDDlgView::PROJECT_LIST, L"a"));
 }
 
+TEST_F(OrvprintDDlgTest, DefaultsMatchCaseInsensitivelyOverAllOfUnicode)
+{
+    // In the "C" locale towlower folds A-Z only; the match must not depend on it.
+    const struct {
+        const wchar_t* szDefaultPrinter;
+        const char16_t* szPrinter;
+        const wchar_t* szDefaultProject;
+        const char16_t* szProject;
+    } aCases[] = {
+        {L"äbc", u"Äbc Drucker", L"σχέδιο", u"ΣΧΈΔΙΟ Α"},
+        {L"ａｂ", u"ＡＢＣ打印机", L"дом", u"ДОМ 2"},
+    };
+    for (const auto& c : aCases) {
+        m_pDlg.reset();
+        m_request = CJobRequestBuilder();
+        m_spConfig->m_strDefaultPrinter = c.szDefaultPrinter;
+        m_spConfig->m_strDefaultProject = c.szDefaultProject;
+        m_request.Printer(u"P0", u"Canon").Printer(u"P1", c.szPrinter).Project(u"J0", u"Проект").Project(u"J1", c.szProject);
+        Run(OK);
+        EXPECT_EQ(1, m_pView->m_iPrinterSel) << Language::Utf8FromWide(c.szDefaultPrinter);
+        EXPECT_EQ(1, m_pView->m_iProjectSel) << Language::Utf8FromWide(c.szDefaultProject);
+        EXPECT_EQ(Answer(0, u"P1", u"J1"), Reply());
+    }
+}
+
 // ------------------------------------------------------------- project list
 
 TEST_F(OrvprintDDlgTest, NoProjectEntryComesFirstAndShowsEmptyLabels)
@@ -574,6 +521,42 @@ TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)
         EXPECT_TRUE(cap.Contains("ERROR - app/OrvprintDDlg.cpp(")) << cap.Text();
         EXPECT_TRUE(cap.Contains(") : catched COrvConfigException. Failed to read config file.")) << cap.Text();
     }
+}
+
+TEST_F(OrvprintDDlgTest, OkAfterConfigFailureAnswersAsCancel)
+{
+    orvtest::LogCapture cap;
+    m_bConfigThrows = true;
+    m_request.Printer(u"P0", u"Printer").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run([](CFakeOrvprintDDlgView& v) {
+                  ASSERT_EQ(1u, v.m_vecMessages.size());
+                  EXPECT_EQ(L"读取配置文件失败。", v.m_vecMessages[0]);
+                  EXPECT_TRUE(v.m_bOkEnabled);
+                  v.ClickOk();
+              }));
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    ExpectTailUntouched();
+    EXPECT_EQ(1, m_pView->m_iEndCount);
+    if (cap.Available()) {
+        EXPECT_TRUE(cap.Contains(") : OK after a failed initialisation answers as Cancel.")) << cap.Text();
+        EXPECT_FALSE(cap.Contains("Selected printer")) << cap.Text();
+    }
+}
+
+TEST_F(OrvprintDDlgTest, OkAfterFailedFillAnswersAsCancel)
+{
+    // Projects hidden: the printer was selected and OK enabled before the
+    // project list failed.
+    m_spConfig->m_bDisplayProjectSelection = false;
+    m_iFailProjectAdd = 0;
+    m_request.Printer(u"P0", u"Printer 0").Project(u"J1", u"X");
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Run(OK));
+    EXPECT_FALSE(m_pView->m_bInitResult);
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+    EXPECT_EQ(0, m_spConfig->m_iSetProjectCalls);
 }
 
 TEST_F(OrvprintDDlgTest, FailedPrinterAddTellsTheUser)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
@@ -96,6 +97,16 @@ inline int32_t ReplyResult(const OrvUtility::CMsgQueueSender::REPLY& reply)
         std::memcpy(&i, reply.vecResponse.data(), 4);
     }
     return i;
+}
+
+// A served request whose dialog was cancelled: 44 bytes, result 1, no ids.
+inline void ExpectCancelledAnswer(const OrvUtility::CMsgQueueSender::REPLY& reply)
+{
+    ASSERT_EQ(0u, reply.uiResultCode);
+    EXPECT_EQ(44u, reply.uiResponseLength);
+    EXPECT_EQ(1, ReplyResult(reply));
+    EXPECT_EQ(L"", ReplyId(reply, 4));
+    EXPECT_EQ(L"", ReplyId(reply, 24));
 }
 
 } // namespace e2e

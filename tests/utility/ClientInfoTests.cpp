@@ -138,6 +138,41 @@ TEST_F(ClientInfoTest, ServerFieldsInOrder)
     EXPECT_EQ(4, config.blFilterInstall);
 }
 
+TEST_F(ClientInfoTest, AutoCancelSecondsReadWithTheServerValues)
+{
+    SERVER_CONFIG config;
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds); // no file: never
+    PutConfig(EXAMPLE);
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds); // no key: never
+    PutConfig("[ServerConfig]\nAuditInstalled=1\nAutoCancelSeconds=120\n");
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(120u, config.uiAutoCancelSeconds);
+    EXPECT_EQ(1, config.blAuditInstall);
+    // The dump keeps the four installed features only.
+    EXPECT_EQ("{,blWaterPrintInstall = 0,blAuditInstall = 1,blSGIdentifyInstall = 0,blFilterInstall = 0}",
+              paramtrace::ValueText<SERVER_CONFIG>::Text(config));
+    PutConfig("[ServerConfig]\nAutoCancelSeconds=2x\n");
+    ASSERT_EQ(0u, GetServerConfig(config));
+    EXPECT_EQ(0u, config.uiAutoCancelSeconds);
+}
+
+TEST(ClientInfoValueTest, AutoCancelSecondsValues)
+{
+    const struct {
+        const wchar_t* szValue;
+        uint32_t uiSeconds;
+    } aCases[] = {
+        {L"1", 1},      {L" 30 ", 30}, {L"86400", 86400}, {L"86401", 0}, {L"99999999999999999999", 0},
+        {L"0", 0},      {L"", 0},      {L"-5", 0},        {L"+5", 0},    {L"5s", 0},
+        {L"1 0", 0},    {L"abc", 0},
+    };
+    for (const auto& c : aCases) {
+        EXPECT_EQ(c.uiSeconds, OrvUtility::ParseAutoCancelSeconds(c.szValue)) << Language::Utf8FromWide(c.szValue);
+    }
+}
+
 TEST_F(ClientInfoTest, BoolKeepsTheIntegerAndWritesOne)
 {
     PutConfig("[Setting]\nDisplayProjectSelection=2\nCanSelectNoPrinter=abc\nCanSelectNoProject=-1\n");

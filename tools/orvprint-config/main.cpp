@@ -159,6 +159,11 @@ int main(int argc, char** argv)
         PrintLine(L"  AuditInstalled          = " + YesNo(stuServer.blAuditInstall));
         PrintLine(L"  SGIdentifyInstalled     = " + YesNo(stuServer.blSGIdentifyInstall));
         PrintLine(L"  FilterIntalled          = " + YesNo(stuServer.blFilterInstall));
+        PrintLine(L"  AutoCancelSeconds       = " +
+                  (stuServer.uiAutoCancelSeconds == 0
+                       ? std::wstring(L"never (the dialog waits for the user)")
+                       : Number(stuServer.uiAutoCancelSeconds) + L" (the dialog cancels printing after " +
+                             Number(stuServer.uiAutoCancelSeconds) + L" s without input)"));
     }
     return (uiSetting == 0 && uiServer == 0) ? 0 : 1;
 }

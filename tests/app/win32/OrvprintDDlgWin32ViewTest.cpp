@@ -1,6 +1,7 @@
 // The Win32 print-option dialog (template 102), shown for real on a thread of
 // its own as the popup thread shows it, and driven with window messages.
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <vector>
 #include <windows.h>
 #include <gtest/gtest.h>
+#include "app/AnswerBytes.h"
 #include "app/FakeDlgConfig.h"
 #include "app/JobRequestBuilder.h"
 #include "app/OrvConfig.h"
@@ -259,6 +261,9 @@ protected:
                     });
                     return std::unique_ptr<IOrvprintDDlgView>(std::move(pView));
                 });
+                dlg.SetClock([this]() {
+                    return std::chrono::steady_clock::time_point() + std::chrono::milliseconds(m_llNowMs.load());
+                });
                 dlg.SetConfigFactory([this]() -> std::shared_ptr<IOrvprintDDlgConfig> {
                     if (m_bConfigThrows) {
                         throw COrvConfigException(0);
@@ -308,11 +313,7 @@ protected:
     std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinterId,
                                 const std::u16string& strProjectId) const
     {
-        std::vector<uint8_t> vec(44, 0);
-        std::memcpy(vec.data(), &iResult, 4);
-        std::memcpy(vec.data() + 4, strPrinterId.data(), strPrinterId.size() * 2);
-        std::memcpy(vec.data() + 24, strProjectId.data(), strProjectId.size() * 2);
-        return vec;
+        return orvtest::AnswerBytes(iResult, strPrinterId, strProjectId);
     }
 
     std::vector<uint8_t> Reply() const { return std::vector<uint8_t>(m_abyReply.begin(), m_abyReply.end()); }
@@ -337,7 +338,43 @@ protected:
     std::vector<std::wstring> m_vecMessages;
     std::vector<std::wstring> m_vecCaptions;
     std::vector<LONG> m_vecOkOnly;
+    // The auto-cancel's clock, in milliseconds.
+    std::atomic<long long> m_llNowMs{3600000};
 };
+
+// The texts a list shows now, row by row.
+std::vector<std::wstring> Rows(HWND hCombo)
+{
+    std::vector<std::wstring> vec;
+    const int iCount = static_cast<int>(::SendMessageW(hCombo, CB_GETCOUNT, 0, 0));
+    for (int i = 0; i < iCount; ++i) {
+        vec.push_back(ListText(hCombo, i));
+    }
+    return vec;
+}
+
+// Characters as a keyboard or an input method delivers them to the list.
+void Chars(HWND hCombo, const std::u16string& strText, UINT uMsg = WM_CHAR)
+{
+    for (char16_t ch : strText) {
+        ::SendMessageW(hCombo, uMsg, static_cast<WPARAM>(ch), 1);
+    }
+}
+
+// Waits (bounded) until the dialog's thread has made the condition true,
+// letting it run its message loop in between.
+bool WaitUntil(HWND hDlg, const std::function<bool()>& fnDone)
+{
+    const auto tpDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!fnDone()) {
+        if (std::chrono::steady_clock::now() > tpDeadline || !::IsWindow(hDlg)) {
+            return fnDone();
+        }
+        ::SendMessageW(hDlg, WM_NULL, 0, 0);
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 } // namespace
 
@@ -625,4 +662,304 @@ TEST_F(OrvprintDDlgWin32ViewTest, ConfigFailureShowsOkOnlyMessageBox)
     Click(hDlg, IDCANCEL);
     EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
     EXPECT_EQ(Answer(1, u"", u""), Reply());
+}
+
+TEST_F(OrvprintDDlgWin32ViewTest, OkAfterConfigFailureAnswersAsCancel)
+{
+    m_bConfigThrows = true;
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    ASSERT_EQ(1u, m_vecMessages.size());
+    EXPECT_EQ(L"读取配置文件失败。", m_vecMessages[0]);
+    ASSERT_TRUE(::IsWindowEnabled(::GetDlgItem(hDlg, IDOK)));
+    Click(hDlg, IDOK);
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+}
+
+// ------------------------------------------------------------ type to search
+
+TEST_F(OrvprintDDlgWin32ViewTest, TypedCharactersFilterAndOpenTheList)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    HWND hPrinters = ::GetDlgItem(hDlg, IDC_PRINTER_SEL);
+    EXPECT_EQ(nullptr, ::GetDlgItem(hDlg, IDC_PRINTER_SEARCH));
+    Chars(hPrinters, u"hp");
+    EXPECT_EQ((std::vector<std::wstring>{L"漫游打印(SG认证)", L"HP LaserJet 5200"}), Rows(hPrinters));
+    EXPECT_NE(0, ::SendMessageW(hPrinters, CB_GETDROPPEDSTATE, 0, 0));
+    HWND hTyped = ::GetDlgItem(hDlg, IDC_PRINTER_SEARCH);
+    ASSERT_NE(nullptr, hTyped);
+    EXPECT_EQ(L"hp", WindowText(hTyped));
+    // The owner-drawn rows keep their records.
+    const auto* pItem =
+        reinterpret_cast<const CMyComboBox::ITEM_INFO*>(::SendMessageW(hPrinters, CB_GETITEMDATA, 1, 0));
+    ASSERT_NE(nullptr, pItem);
+    EXPECT_EQ(L"当前打印任务总页数超出打印机限制。", pItem->strDescription);
+
+    Chars(hPrinters, u"\b\b");
+    EXPECT_EQ(4u, Rows(hPrinters).size());
+    EXPECT_EQ(nullptr, ::GetDlgItem(hDlg, IDC_PRINTER_SEARCH));
+    // Chinese from an input method.
+    Chars(hPrinters, u"四楼", WM_IME_CHAR);
+    EXPECT_EQ((std::vector<std::wstring>{L"漫游打印(SG认证)", L"四楼黑白打印机"}), Rows(hPrinters));
+    Select(hDlg, IDC_PRINTER_SEL, 1); // row 1 is item 2
+    EXPECT_TRUE(WindowText(::GetDlgItem(hDlg, IDC_PRINTER_DETAILS)).find(L"已超出使用时间。") != std::wstring::npos);
+    EXPECT_FALSE(::IsWindowEnabled(::GetDlgItem(hDlg, IDOK)));
+    // Closing the list brings every item back, the chosen one selected.
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, FALSE, 0);
+    EXPECT_TRUE(WaitUntil(hDlg, [&] { return Rows(hPrinters).size() == 4u; }));
+    EXPECT_EQ(2, ::SendMessageW(hPrinters, CB_GETCURSEL, 0, 0));
+    Select(hDlg, IDC_PRINTER_SEL, 0);
+    Click(hDlg, IDOK);
+    EXPECT_EQ(COrvprintDDlg::RESULT_OK, Finish());
+    EXPECT_EQ(Answer(0, u"", u"J1"), Reply());
+}
+
+TEST_F(OrvprintDDlgWin32ViewTest, SurrogatePairsAndEscapeClearsBeforeItCancels)
+{
+    m_spConfig->m_bCanSelectNoProject = true;
+    FillThreePrinters();
+    m_request.Project(u"J3", u"项目\U0002A6A5乙");
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    HWND hProjects = ::GetDlgItem(hDlg, IDC_PROJECT_SEL);
+    ::SetFocus(hProjects);
+    Chars(hProjects, u"\U0002A6A5"); // two WM_CHAR, one for each half
+    EXPECT_EQ((std::vector<std::wstring>{L"(不选择项目)", L"项目\U0002A6A5乙"}), Rows(hProjects));
+    // Escape through the dialog's own loop: the text goes, the dialog stays.
+    ::PostMessageW(hProjects, WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_TRUE(WaitUntil(hDlg, [&] { return Rows(hProjects).size() == 4u; }));
+    EXPECT_TRUE(::IsWindowVisible(hDlg));
+    EXPECT_EQ(0, ::SendMessageW(hProjects, CB_GETCURSEL, 0, 0));
+    // Nothing typed: Escape cancels as before.
+    ::SendMessageW(hProjects, CB_SHOWDROPDOWN, FALSE, 0);
+    ::PostMessageW(hProjects, WM_KEYDOWN, VK_ESCAPE, 0);
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+}
+
+// --------------------------------------------------- keyboard and screen readers
+
+TEST_F(OrvprintDDlgWin32ViewTest, TabOrderAndKeysThatOpenAList)
+{
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    const int aiOrder[] = {IDOK, IDCANCEL, IDC_PRINTER_SEL, IDC_PROJECT_SEL, IDC_PRINTER_DETAILS, IDC_PROJECT_DETAILS};
+    HWND hControl = ::GetDlgItem(hDlg, IDOK);
+    for (size_t i = 1; i <= 6; ++i) {
+        hControl = ::GetNextDlgTabItem(hDlg, hControl, FALSE);
+        EXPECT_EQ(::GetDlgItem(hDlg, aiOrder[i % 6]), hControl) << "step " << i;
+    }
+    // F4 and Alt+Down open a list.
+    HWND hPrinters = ::GetDlgItem(hDlg, IDC_PRINTER_SEL);
+    ::SendMessageW(hPrinters, WM_KEYDOWN, VK_F4, 0);
+    EXPECT_NE(0, ::SendMessageW(hPrinters, CB_GETDROPPEDSTATE, 0, 0));
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, FALSE, 0);
+    HWND hProjects = ::GetDlgItem(hDlg, IDC_PROJECT_SEL);
+    ::SendMessageW(hProjects, WM_SYSKEYDOWN, VK_DOWN, 1 << 29);
+    EXPECT_NE(0, ::SendMessageW(hProjects, CB_GETDROPPEDSTATE, 0, 0));
+    ::SendMessageW(hProjects, CB_SHOWDROPDOWN, FALSE, 0);
+    Click(hDlg, IDCANCEL);
+    Finish();
+}
+
+TEST_F(OrvprintDDlgWin32ViewTest, EveryItemIsReadableAndLabelsNameTheirControls)
+{
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    HWND hPrinters = ::GetDlgItem(hDlg, IDC_PRINTER_SEL);
+    EXPECT_TRUE(::GetWindowLongPtrW(hPrinters, GWL_STYLE) & CBS_HASSTRINGS);
+    EXPECT_EQ((std::vector<std::wstring>{L"三楼彩色打印机", L"四楼黑白打印机", L"HP LaserJet 5200"}), Rows(hPrinters));
+    EXPECT_EQ((std::vector<std::wstring>{L"研发项目", L"市场推广"}), Rows(::GetDlgItem(hDlg, IDC_PROJECT_SEL)));
+    // The label of each list and details box, as a screen reader finds it:
+    // the nearest static text of the dialog on the control's left.
+    auto labelOf = [hDlg](int iId) {
+        RECT rcControl = WindowRect(::GetDlgItem(hDlg, iId));
+        std::wstring strLabel;
+        int iBest = 1 << 30;
+        for (HWND h = ::GetWindow(hDlg, GW_CHILD); h != nullptr; h = ::GetWindow(h, GW_HWNDNEXT)) {
+            wchar_t szClass[32] = {0};
+            ::GetClassNameW(h, szClass, 32);
+            const RECT rc = WindowRect(h);
+            if (_wcsicmp(szClass, L"Static") != 0 || rc.right > rcControl.left || !::IsWindowVisible(h)) {
+                continue;
+            }
+            const int iDistance = std::abs(rc.top - rcControl.top);
+            if (iDistance < iBest) {
+                iBest = iDistance;
+                strLabel = WindowText(h);
+            }
+        }
+        return strLabel;
+    };
+    // Screen readers take the static text just before a control in window
+    // order as its name.
+    auto previousText = [hDlg](int iId) { return WindowText(::GetWindow(::GetDlgItem(hDlg, iId), GW_HWNDPREV)); };
+    EXPECT_EQ(L"打印机名：", previousText(IDC_PRINTER_SEL));
+    EXPECT_EQ(L"项目名称：", previousText(IDC_PROJECT_SEL));
+    EXPECT_EQ(L"详细信息：", previousText(IDC_PRINTER_DETAILS));
+    EXPECT_EQ(L"详细信息：", previousText(IDC_PROJECT_DETAILS));
+    EXPECT_EQ(L"打印机名：", labelOf(IDC_PRINTER_SEL));
+    EXPECT_EQ(L"项目名称：", labelOf(IDC_PROJECT_SEL));
+    EXPECT_EQ(L"详细信息：", labelOf(IDC_PRINTER_DETAILS));
+    EXPECT_EQ(L"详细信息：", labelOf(IDC_PROJECT_DETAILS));
+    Click(hDlg, IDCANCEL);
+    Finish();
+}
+
+// --------------------------------------------------------------- auto-cancel
+
+TEST_F(OrvprintDDlgWin32ViewTest, AutoCancelCountsDownOnTheCancelButtonAndCancels)
+{
+    m_spConfig->m_uiAutoCancelSeconds = 4;
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+    HWND hCancel = ::GetDlgItem(hDlg, IDCANCEL);
+    EXPECT_EQ(L"取消打印 (4)", WindowText(hCancel));
+    m_llNowMs += 1500;
+    ::SendMessageW(hDlg, WM_TIMER, IDT_AUTO_CANCEL, 0);
+    EXPECT_EQ(L"取消打印 (3)", WindowText(hCancel));
+    m_llNowMs += 2500;
+    ::PostMessageW(hDlg, WM_TIMER, IDT_AUTO_CANCEL, 0);
+    EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
+    EXPECT_EQ(Answer(1, u"", u""), Reply());
+    EXPECT_EQ(44u, m_uiRespSize);
+    EXPECT_EQ(0, m_spConfig->m_iSetPrinterCalls);
+}
+
+TEST_F(OrvprintDDlgWin32ViewTest, AKeyAClickOrAnOpenedListStopsTheAutoCancel)
+{
+    m_spConfig->m_uiAutoCancelSeconds = 4;
+    FillThreePrinters();
+    const std::function<void(HWND)> aInputs[] = {
+        [](HWND hDlg) { ::PostMessageW(::GetDlgItem(hDlg, IDC_PRINTER_SEL), WM_KEYDOWN, VK_SHIFT, 0); },
+        [](HWND hDlg) { ::PostMessageW(::GetDlgItem(hDlg, IDC_PRINTER_DETAILS), WM_LBUTTONDOWN, MK_LBUTTON, 0); },
+        [](HWND hDlg) {
+            HWND hProjects = ::GetDlgItem(hDlg, IDC_PROJECT_SEL);
+            ::SendMessageW(hProjects, CB_SHOWDROPDOWN, TRUE, 0);
+            ::SendMessageW(hProjects, CB_SHOWDROPDOWN, FALSE, 0);
+        },
+    };
+    for (const auto& fnInput : aInputs) {
+        HWND hDlg = Start();
+        ASSERT_NE(nullptr, hDlg);
+        HWND hCancel = ::GetDlgItem(hDlg, IDCANCEL);
+        EXPECT_EQ(L"取消打印 (4)", WindowText(hCancel));
+        fnInput(hDlg);
+        EXPECT_TRUE(WaitUntil(hDlg, [&] { return WindowText(hCancel) == L"取消打印"; }));
+        m_llNowMs += 60000;
+        ::SendMessageW(hDlg, WM_TIMER, IDT_AUTO_CANCEL, 0);
+        EXPECT_TRUE(::IsWindowVisible(hDlg));
+        Click(hDlg, IDCANCEL);
+        EXPECT_EQ(COrvprintDDlg::RESULT_CANCEL, Finish());
+    }
+}
+
+// ------------------------------------------------------------------ high DPI
+
+// Every text fits its control and the owner-drawn rows fit both lines, at
+// the screen's DPI: ctest runs this once more in a prefix with 192 DPI.
+TEST_F(OrvprintDDlgWin32ViewTest, HighDpiNothingIsClipped)
+{
+    m_spConfig->m_bCanSelectNoPrinter = true;
+    m_spConfig->m_bCanSelectNoProject = true;
+    m_spConfig->m_strDefaultPrinter = L"三楼";
+    m_spConfig->m_strDefaultProject = L"研发";
+    FillThreePrinters();
+    HWND hDlg = Start();
+    ASSERT_NE(nullptr, hDlg);
+
+    HDC hScreen = ::GetDC(nullptr);
+    const int iDpi = ::GetDeviceCaps(hScreen, LOGPIXELSY);
+    ::ReleaseDC(nullptr, hScreen);
+    const char* szExpected = std::getenv("ORV_EXPECT_DPI");
+    if (szExpected != nullptr && *szExpected != '\0') {
+        EXPECT_EQ(std::atoi(szExpected), iDpi);
+    }
+    // The dialog font (9 points) and the dialog units follow the DPI.
+    HFONT hFont = reinterpret_cast<HFONT>(::SendMessageW(hDlg, WM_GETFONT, 0, 0));
+    LOGFONTW lf;
+    ::GetObjectW(hFont, sizeof(lf), &lf);
+    EXPECT_NEAR(9.0 * iDpi / 72.0, std::abs(lf.lfHeight), 1.0);
+
+    auto textSize = [](HWND hControl, const std::wstring& strText) {
+        HDC hDC = ::GetDC(hControl);
+        HGDIOBJ hOld = ::SelectObject(hDC, reinterpret_cast<HFONT>(::SendMessageW(hControl, WM_GETFONT, 0, 0)));
+        SIZE size = {0, 0};
+        ::GetTextExtentPoint32W(hDC, strText.c_str(), static_cast<int>(strText.size()), &size);
+        ::SelectObject(hDC, hOld);
+        ::ReleaseDC(hControl, hDC);
+        return size;
+    };
+    for (HWND h = ::GetWindow(hDlg, GW_CHILD); h != nullptr; h = ::GetWindow(h, GW_HWNDNEXT)) {
+        wchar_t szClass[32] = {0};
+        ::GetClassNameW(h, szClass, 32);
+        const std::wstring strText = WindowText(h);
+        if (!::IsWindowVisible(h) || strText.empty() || _wcsicmp(szClass, L"Edit") == 0) {
+            continue;
+        }
+        RECT rc;
+        ::GetClientRect(h, &rc);
+        const SIZE size = textSize(h, strText);
+        EXPECT_LE(size.cx, rc.right) << "control " << ::GetDlgCtrlID(h);
+        EXPECT_LE(size.cy, rc.bottom) << "control " << ::GetDlgCtrlID(h);
+    }
+    HWND hCancel = ::GetDlgItem(hDlg, IDCANCEL);
+    RECT rcCancel;
+    ::GetClientRect(hCancel, &rcCancel);
+    EXPECT_LE(textSize(hCancel, L"取消打印 (86400)").cx, rcCancel.right);
+
+    // Both lists' closed fields hold a line of the dialog font; every
+    // printer row holds its bold and its thin line.
+    const int iLine = textSize(hDlg, L"中文").cy;
+    HWND hPrinters = ::GetDlgItem(hDlg, IDC_PRINTER_SEL);
+    EXPECT_GE(::SendMessageW(hPrinters, CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0), iLine);
+    EXPECT_GE(::SendMessageW(::GetDlgItem(hDlg, IDC_PROJECT_SEL), CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0),
+              iLine);
+    const LRESULT lRow = ::SendMessageW(hPrinters, CB_GETITEMHEIGHT, 0, 0);
+    EXPECT_GE(lRow, 2 * iLine);
+
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, TRUE, 0);
+    COMBOBOXINFO cbi;
+    cbi.cbSize = sizeof(cbi);
+    ASSERT_TRUE(::GetComboBoxInfo(hPrinters, &cbi));
+    ::RedrawWindow(cbi.hwndList, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    RECT rcShot = WindowRect(hDlg);
+    const RECT rcList = WindowRect(cbi.hwndList);
+    if (rcList.bottom > rcShot.bottom) {
+        rcShot.bottom = rcList.bottom;
+    }
+    const std::string strPercent = std::to_string(iDpi * 100 / 96);
+    EXPECT_TRUE(SaveBmp(CaptureScreen(rcShot), ScreenshotFolder() + "\\win32-dialog-list-open-" + strPercent + ".bmp"));
+    ::SendMessageW(hPrinters, CB_SHOWDROPDOWN, FALSE, 0);
+
+    // Searching, as people see it.
+    Chars(hPrinters, u"hp");
+    ::RedrawWindow(hDlg, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_ALLCHILDREN);
+    ::RedrawWindow(cbi.hwndList, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    EXPECT_TRUE(SaveBmp(CaptureScreen(rcShot), ScreenshotFolder() + "\\win32-dialog-search-" + strPercent + ".bmp"));
+    Click(hDlg, IDCANCEL);
+    Finish();
+}
+
+TEST(OrvprintDManifestTest, DeclaresPerMonitorDpiAwareness)
+{
+    // The program's resources (linked into this test as into OrvprintD.exe).
+    HMODULE hModule = ::GetModuleHandleW(nullptr);
+    HRSRC hInfo = ::FindResourceW(hModule, MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(24)); // RT_MANIFEST
+    ASSERT_NE(nullptr, hInfo);
+    const char* pText = static_cast<const char*>(::LockResource(::LoadResource(hModule, hInfo)));
+    ASSERT_NE(nullptr, pText);
+    const std::string strManifest(pText, ::SizeofResource(hModule, hInfo));
+    EXPECT_NE(std::string::npos, strManifest.find(">true/pm</dpiAware>")) << strManifest;
+    EXPECT_NE(std::string::npos, strManifest.find(">PerMonitorV2, PerMonitor</dpiAwareness>")) << strManifest;
 }

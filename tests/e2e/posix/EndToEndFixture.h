@@ -121,9 +121,10 @@ protected:
         for (pid_t pid : ProcessesOf(BinPath("OrvClientTool"))) kill(pid, SIGKILL);
     }
 
-    void WriteConfigIni(const std::string& strSetting)
+    void WriteConfigIni(const std::string& strSetting, const std::string& strServerExtra = "")
     {
-        m_tmp.WriteFile("temp/Config.ini", "[Setting]\n" + strSetting + "\n[ServerConfig]\nAuditInstalled=1\n");
+        m_tmp.WriteFile("temp/Config.ini",
+                        "[Setting]\n" + strSetting + "\n[ServerConfig]\nAuditInstalled=1\n" + strServerExtra);
     }
 
     void WriteLogConfig(const std::string& strExtra)

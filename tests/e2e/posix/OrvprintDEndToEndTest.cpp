@@ -63,14 +63,29 @@ TEST_F(EndToEndTest, EscapeCancelsAndLeavesTheDefaultsAlone)
     ASSERT_NO_FATAL_FAILURE(StartServing());
     auto reply = SendAsync(BuildRequest(TwoPrinters(), TwoProjects()));
     ASSERT_NO_FATAL_FAILURE(AnswerDialog("Escape"));
-    const auto stuReply = reply.get();
-    ASSERT_EQ(0u, stuReply.uiResultCode);
-    EXPECT_EQ(44u, stuReply.uiResponseLength);
-    EXPECT_EQ(1, ReplyResult(stuReply));
-    EXPECT_EQ(L"", ReplyId(stuReply, 4));
-    EXPECT_EQ(L"", ReplyId(stuReply, 24));
+    ExpectCancelledAnswer(reply.get());
     EXPECT_EQ(strBefore, m_tmp.ReadFile("temp/Config.ini"));
     EXPECT_NE(std::string::npos, Log().find("User clicked Cancel, orvprintD dialog closed."));
+}
+
+TEST_F(EndToEndTest, AutoCancelAnswersAsCancelAfterTwoSecondsWithoutInput)
+{
+    WriteConfigIni("DisplayProjectSelection=1\nCanSelectNoPrinter=0\nCanSelectNoProject=0\n", "AutoCancelSeconds=2\n");
+    const std::string strBefore = m_tmp.ReadFile("temp/Config.ini");
+    ASSERT_NO_FATAL_FAILURE(StartServing());
+    const auto tSent = std::chrono::steady_clock::now();
+    auto reply = SendAsync(BuildRequest(TwoPrinters(), TwoProjects()));
+    // Nobody touches the dialog.
+    ASSERT_EQ(std::future_status::ready, reply.wait_for(std::chrono::seconds(30))) << Log();
+    EXPECT_GE(std::chrono::steady_clock::now() - tSent, std::chrono::seconds(2));
+    ExpectCancelledAnswer(reply.get());
+    EXPECT_EQ(strBefore, m_tmp.ReadFile("temp/Config.ini"));
+    const std::string strLog = Log();
+    EXPECT_NE(std::string::npos,
+              strLog.find("INFO - app/OrvprintDDlg.cpp("))
+        << strLog;
+    EXPECT_NE(std::string::npos, strLog.find(") : No input for 2 seconds: the dialog cancels printing (AutoCancelSeconds)."))
+        << strLog;
 }
 
 TEST_F(EndToEndTest, SendToolPrintsTheAnswer)

@@ -535,6 +535,7 @@ using e2e::Printer;
 using e2e::Projects;
 using e2e::ReplyId;
 using e2e::ReplyResult;
+using e2e::ExpectCancelledAnswer;
 using e2e::TwoPrinters;
 using e2e::TwoProjects;
 
@@ -645,10 +646,10 @@ protected:
 
     // Config.ini in UTF-16 with its byte-order mark, so that the profile
     // functions keep Chinese names whatever the ANSI code page.
-    void WriteConfigIni(const std::wstring& strSetting)
+    void WriteConfigIni(const std::wstring& strSetting, const std::wstring& strServerExtra = L"")
     {
         const std::wstring strText =
-            L"\xFEFF[Setting]\r\n" + strSetting + L"[ServerConfig]\r\nAuditInstalled=1\r\n";
+            L"\xFEFF[Setting]\r\n" + strSetting + L"[ServerConfig]\r\nAuditInstalled=1\r\n" + strServerExtra;
         std::ofstream out(ConfigIni().c_str(), std::ios::binary | std::ios::trunc);
         out.write(reinterpret_cast<const char*>(strText.data()), static_cast<std::streamsize>(strText.size() * 2));
     }

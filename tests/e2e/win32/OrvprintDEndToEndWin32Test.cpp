@@ -209,11 +209,7 @@ TEST_F(EndToEndWin32Test, EscapeCancelsAndLeavesTheDefaultsAlone)
     StartServing();
     const Exchange exchange = SendAndAnswer(BuildRequest(TwoPrinters(), TwoProjects()), VK_ESCAPE);
     ASSERT_EQ(OrvUtility::CMsgQueueSender::SEND_ANSWERED, exchange.uiSendResult);
-    EXPECT_EQ(0u, exchange.reply.uiResultCode);
-    EXPECT_EQ(44u, exchange.reply.uiResponseLength);
-    EXPECT_EQ(1, ReplyResult(exchange.reply));
-    EXPECT_EQ(L"", ReplyId(exchange.reply, 4));
-    EXPECT_EQ(L"", ReplyId(exchange.reply, 24));
+    ExpectCancelledAnswer(exchange.reply);
     EXPECT_EQ(strBefore, ConfigIniBytes());
 
     // The saved defaults are still what the next dialog preselects.
@@ -223,6 +219,29 @@ TEST_F(EndToEndWin32Test, EscapeCancelsAndLeavesTheDefaultsAlone)
     EXPECT_EQ(L"P-5F", ReplyId(next.reply, 4));
     EXPECT_EQ(L"J-02", ReplyId(next.reply, 24));
     PrintTimings("key");
+}
+
+TEST_F(EndToEndWin32Test, AutoCancelAnswersAsCancelAfterTwoSecondsWithoutInput)
+{
+    WriteConfigIni(L"DisplayProjectSelection=1\r\nCanSelectNoPrinter=0\r\nCanSelectNoProject=0\r\n",
+                   L"AutoCancelSeconds=2\r\n");
+    const std::string strBefore = ConfigIniBytes();
+    StartServing();
+    const Clock::time_point tSent = Clock::now();
+    std::future<Exchange> future = SendAsync(BuildRequest(TwoPrinters(), TwoProjects()));
+    HWND hDlg = WaitForDialog(tSent);
+    ASSERT_NE(nullptr, hDlg);
+    // Nobody touches the dialog; it counts down on its Cancel button.
+    wchar_t szCancel[64] = {0};
+    ::GetWindowTextW(::GetDlgItem(hDlg, IDCANCEL), szCancel, 64);
+    EXPECT_TRUE(std::wstring(szCancel) == L"取消打印 (2)" || std::wstring(szCancel) == L"取消打印 (1)")
+        << "Cancel button text while counting down";
+    ASSERT_EQ(std::future_status::ready, future.wait_for(std::chrono::seconds(30)));
+    const Exchange exchange = future.get();
+    EXPECT_GE(exchange.tAnswered - tSent, std::chrono::seconds(2));
+    ASSERT_EQ(OrvUtility::CMsgQueueSender::SEND_ANSWERED, exchange.uiSendResult);
+    ExpectCancelledAnswer(exchange.reply);
+    EXPECT_EQ(strBefore, ConfigIniBytes());
 }
 
 TEST_F(EndToEndWin32Test, EnterDoesNothingWhileNoPrinterIsChosen)

@@ -6,7 +6,7 @@
 #include <string>
 #include <gtest/gtest.h>
 #include "app/FakeOrvprintDDlgView.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvprintDDlg.h"
 #include "language/MachineRegistryTestStore.h"
 #include "language/PrivateProfile.h"

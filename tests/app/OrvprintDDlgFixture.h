@@ -13,7 +13,7 @@
 #include "app/AnswerBytes.h"
 #include "app/FakeDlgConfig.h"
 #include "app/FakeOrvprintDDlgView.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlg.h"
 

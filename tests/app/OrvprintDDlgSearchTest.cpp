@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include "app/FakeDlgConfig.h"
 #include "app/FakeOrvprintDDlgView.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvprintDDlg.h"
 #include "app/OrvprintDDlgFixture.h"
 #include "app/OrvprintDDlgListFilter.h"

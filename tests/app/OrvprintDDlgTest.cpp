@@ -8,7 +8,7 @@
 #include "app/OrvprintDDlg.h"
 #include "app/FakeDlgConfig.h"
 #include "app/FakeOrvprintDDlgView.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvprintDDlgFixture.h"
 #include "language/TextConvert.h"
 #include "support/LogCapture.h"

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "PopupChannelSupport.h"
 #include "ProcessFootprint.h"
 #include "language/TextConvert.h"

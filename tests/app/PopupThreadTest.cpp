@@ -11,7 +11,7 @@
 #include "EventPump.h"
 #include "FakeDlgConfig.h"
 #include "FakeOrvprintDDlgView.h"
-#include "JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
 #include "app/OrvprintDDlg.h"

@@ -13,17 +13,10 @@
 #include "Src/Common/include/JobOptionData.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
 #include "language/TextConvert.h"
+#include "support/JobRequestBuilder.h"
 
 namespace orvtest {
 namespace e2e {
-
-inline void CopyText(char16_t* pDest, size_t uiChars, const std::wstring& strText)
-{
-    const std::u16string str = Language::Utf16FromWide(strText);
-    const size_t n = std::min(str.size(), uiChars - 1);
-    std::copy(str.begin(), str.begin() + n, pDest);
-    pDest[n] = 0;
-}
 
 struct Printer {
     std::wstring strId, strName, strComment;
@@ -34,35 +27,15 @@ typedef std::vector<std::pair<std::wstring, std::wstring>> Projects;
 
 inline std::vector<uint8_t> BuildRequest(const std::vector<Printer>& vecPrinters, const Projects& vecProjects)
 {
-    std::vector<uint8_t> vec;
-    auto append = [&vec](const void* p, size_t n) {
-        const uint8_t* pby = static_cast<const uint8_t*>(p);
-        vec.insert(vec.end(), pby, pby + n);
-    };
-    const int32_t iPrinters = static_cast<int32_t>(vecPrinters.size());
-    append(&iPrinters, 4);
+    CJobRequestBuilder builder;
     for (const Printer& p : vecPrinters) {
-        CJobOptionData::PRINTER_INFO info;
-        std::memset(&info, 0, sizeof(info));
-        CopyText(info.szPrinterId, sizeof(info.szPrinterId) / 2, p.strId);
-        CopyText(info.szPrinterName, sizeof(info.szPrinterName) / 2, p.strName);
-        CopyText(info.szComment, sizeof(info.szComment) / 2, p.strComment);
-        info.iStatus = p.iStatus;
-        info.iMaxPagesPerJob = 100;
-        info.iPageTotal = 7;
-        info.iPrintTaskTotal = 1;
-        append(&info, sizeof(info));
+        builder.Printer(Language::Utf16FromWide(p.strId), Language::Utf16FromWide(p.strName), p.iStatus, false, 1, 7,
+                        100, Language::Utf16FromWide(p.strComment));
     }
-    const int32_t iProjects = static_cast<int32_t>(vecProjects.size());
-    append(&iProjects, 4);
     for (const auto& pr : vecProjects) {
-        CJobOptionData::PROJECT_INFO info;
-        std::memset(&info, 0, sizeof(info));
-        CopyText(info.szProjectId, sizeof(info.szProjectId) / 2, pr.first);
-        CopyText(info.szProjectName, sizeof(info.szProjectName) / 2, pr.second);
-        append(&info, sizeof(info));
+        builder.Project(Language::Utf16FromWide(pr.first), Language::Utf16FromWide(pr.second));
     }
-    return vec;
+    return builder.Build();
 }
 
 inline std::vector<Printer> TwoPrinters()

@@ -25,7 +25,7 @@
 #include <QTimer>
 #include <gtest/gtest.h>
 #include "app/FakeDlgConfig.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlg.h"
 #include "app/posix/MyComboBox.h"

@@ -15,7 +15,7 @@
 #include <gtest/gtest.h>
 #include "app/AnswerBytes.h"
 #include "app/FakeDlgConfig.h"
-#include "app/JobRequestBuilder.h"
+#include "support/JobRequestBuilder.h"
 #include "app/OrvConfig.h"
 #include "app/OrvprintDDlg.h"
 #include "app/win32/OrvprintDDlgWin32View.h"

@@ -4,12 +4,12 @@
 #include <gtest/gtest.h>
 #include "Src/Common/include/JobOptionData.h"
 #include "RecordLogLines.h"
-#include "RequestBuilder.h"
 #include "logging/FunctionParameters.h"
+#include "support/JobRequestBuilder.h"
 #include "support/LogCapture.h"
 
 using recordtest::NormalizedLines;
-using recordtest::RequestBuilder;
+using orvtest::CJobRequestBuilder;
 
 namespace {
 
@@ -63,7 +63,7 @@ TEST(JobOptionDataTest, ExceptionCodesAndBase)
     EXPECT_EQ(6u, static_cast<uint32_t>(CJobOptionDataException::INVALID_PARAMETER));
     EXPECT_EQ(sizeof(OrvUtility::CBaseException), sizeof(CJobOptionDataException));
 
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     try {
         CJobOptionData data(req.Data(), 7);
         FAIL() << "no exception";
@@ -84,7 +84,7 @@ TEST(JobOptionDataTest, WireSizesAndConstants)
 TEST(JobOptionDataTest, EmptyRequestOfEightBytesIsValid)
 {
     orvtest::LogCapture cap;
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(0, 0);
     CJobOptionData data(req.Data(), 8, true);
     EXPECT_EQ(0, data.GetPrinterCount());
@@ -99,7 +99,7 @@ TEST(JobOptionDataTest, EmptyRequestOfEightBytesIsValid)
 
 TEST(JobOptionDataTest, AttachedFlagIsAlwaysSetAndNothingIsFreed)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(0, 0);
     {
         CJobOptionData data(req.Data(), 8, false);
@@ -111,13 +111,13 @@ TEST(JobOptionDataTest, AttachedFlagIsAlwaysSetAndNothingIsFreed)
 
 TEST(JobOptionDataTest, FieldsAreReadFromTheirWireOffsets)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(2, 2);
     req.PutPrinter(0, u"P01", u"Printer A", u"first", u"desc A", 1, 50, 12, 3, 0);
     req.PutPrinter(1, u"P02", u"Printer B", u"second", u"desc B", -7, 2147483647, -1, 0, 1);
     req.PutProject(2, 0, u"J01", u"Project X", u"px");
     req.PutProject(2, 1, u"J02", u"Project Y", u"py");
-    CJobOptionData data(req.Data(), RequestBuilder::RequestSize(2, 2));
+    CJobOptionData data(req.Data(), CJobRequestBuilder::RequestSize(2, 2));
     ASSERT_EQ(2, data.GetPrinterCount());
     ASSERT_EQ(2, data.GetProjectCount());
 
@@ -133,7 +133,7 @@ TEST(JobOptionDataTest, FieldsAreReadFromTheirWireOffsets)
     EXPECT_EQ(0, stuPrinter.iPrintTaskTotal);
     EXPECT_TRUE(stuPrinter.bTooMayPages);
     // The whole record is copied byte for byte.
-    EXPECT_EQ(0, std::memcmp(&stuPrinter, req.Data() + RequestBuilder::PrinterAt(1), 6204));
+    EXPECT_EQ(0, std::memcmp(&stuPrinter, req.Data() + CJobRequestBuilder::PrinterAt(1), 6204));
 
     data.GetPrinterInfo(0, stuPrinter);
     EXPECT_EQ(std::u16string(u"P01"), std::u16string(stuPrinter.szPrinterId));
@@ -144,16 +144,16 @@ TEST(JobOptionDataTest, FieldsAreReadFromTheirWireOffsets)
     EXPECT_EQ(std::u16string(u"J02"), std::u16string(stuProject.szProjectId));
     EXPECT_EQ(std::u16string(u"Project Y"), std::u16string(stuProject.szProjectName));
     EXPECT_EQ(std::u16string(u"py"), std::u16string(stuProject.szComment));
-    EXPECT_EQ(0, std::memcmp(&stuProject, req.Data() + RequestBuilder::ProjectAt(2, 1), 4136));
+    EXPECT_EQ(0, std::memcmp(&stuProject, req.Data() + CJobRequestBuilder::ProjectAt(2, 1), 4136));
 }
 
 TEST(JobOptionDataTest, LargestRequestIsValid)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(100, 500);
     req.PutPrinter(99, u"P100", u"last printer", u"", u"", 0, 0, 0, 0, 1);
     req.PutProject(100, 499, u"J500", u"last project", u"end");
-    ASSERT_EQ(2688408u, RequestBuilder::RequestSize(100, 500));
+    ASSERT_EQ(2688408u, CJobRequestBuilder::RequestSize(100, 500));
     CJobOptionData data(req.Data(), 2688408);
     EXPECT_EQ(100, data.GetPrinterCount());
     EXPECT_EQ(500, data.GetProjectCount());
@@ -169,7 +169,7 @@ TEST(JobOptionDataTest, LargestRequestIsValid)
 TEST(JobOptionDataTest, OneByteOverTheLargestIsOutOfRangeBeforeAnyCount)
 {
     orvtest::LogCapture cap;
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     // Counts that would be refused if they were read.
     req.SetCounts(101, 501);
     EXPECT_EQ(2u, ConstructCode(req.Data(), 2688409));
@@ -184,7 +184,7 @@ TEST(JobOptionDataTest, OneByteOverTheLargestIsOutOfRangeBeforeAnyCount)
 
 TEST(JobOptionDataTest, TooShortOrNullIsOutOfRange)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(0, 0);
     EXPECT_EQ(2u, ConstructCode(req.Data(), 7));
     EXPECT_EQ(2u, ConstructCode(req.Data(), 0));
@@ -195,9 +195,9 @@ TEST(JobOptionDataTest, TooShortOrNullIsOutOfRange)
 TEST(JobOptionDataTest, TooManyPrintersEvenWhenTheSizeFits)
 {
     orvtest::LogCapture cap;
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(101, 0);
-    EXPECT_EQ(4u, ConstructCode(req.Data(), RequestBuilder::RequestSize(101, 0)));
+    EXPECT_EQ(4u, ConstructCode(req.Data(), CJobRequestBuilder::RequestSize(101, 0)));
     if (cap.Available()) {
         const std::vector<std::string> expected = {
             Error("TOO_MANY_PRINTER. GetPrinterCount() = 101"),
@@ -210,7 +210,7 @@ TEST(JobOptionDataTest, TooManyPrintersEvenWhenTheSizeFits)
 TEST(JobOptionDataTest, TooManyProjects)
 {
     orvtest::LogCapture cap;
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(100, 501);
     EXPECT_EQ(5u, ConstructCode(req.Data(), 2688408));
     if (cap.Available()) {
@@ -224,7 +224,7 @@ TEST(JobOptionDataTest, TooManyProjects)
 
 TEST(JobOptionDataTest, ProjectCountIsReadBeyondAShortSizeBeforeTheFormatCheck)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     // One printer announced, but only 8 bytes given: the project count is
     // read behind the given size, inside the area.
     req.SetCounts(1, 501);
@@ -235,9 +235,9 @@ TEST(JobOptionDataTest, ProjectCountIsReadBeyondAShortSizeBeforeTheFormatCheck)
 
 TEST(JobOptionDataTest, OnePrinterOneProjectNeedsTheExactSize)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
-    ASSERT_EQ(10348u, RequestBuilder::RequestSize(1, 1));
+    ASSERT_EQ(10348u, CJobRequestBuilder::RequestSize(1, 1));
     EXPECT_EQ(0u, ConstructCode(req.Data(), 10348));
     EXPECT_EQ(3u, ConstructCode(req.Data(), 10349));
 
@@ -254,7 +254,7 @@ TEST(JobOptionDataTest, OnePrinterOneProjectNeedsTheExactSize)
 
 TEST(JobOptionDataTest, NegativePrinterCountIsAFormatError)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     // The project count would lie before the buffer: it is not read.
     req.PutInt32(0, -1);
     EXPECT_EQ(3u, ConstructCode(req.Data(), 8));
@@ -267,7 +267,7 @@ TEST(JobOptionDataTest, NegativePrinterCountIsAFormatError)
 TEST(JobOptionDataTest, NegativeProjectCountPassesWhenTheSumMatches)
 {
     // 8 + 6204*2 + 4136*(-3) == 8: the signed comparisons let it through.
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(2, -3);
     CJobOptionData data(req.Data(), 8);
     EXPECT_EQ(2, data.GetPrinterCount());
@@ -286,7 +286,7 @@ TEST(JobOptionDataTest, NegativeProjectCountPassesWhenTheSumMatches)
 
 TEST(JobOptionDataTest, PrinterIndexEqualToTheCountIsAccepted)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
     req.PutProject(1, 0, u"J01", u"Project", u"c");
     CJobOptionData data(req.Data(), 10348);
@@ -294,7 +294,7 @@ TEST(JobOptionDataTest, PrinterIndexEqualToTheCountIsAccepted)
     FillPattern(stuPrinter, 0xAB);
     data.GetPrinterInfo(1, stuPrinter);
     // The bytes behind the last printer: the project count, then the project.
-    EXPECT_EQ(0, std::memcmp(&stuPrinter, req.Data() + RequestBuilder::PrinterAt(1), 6204));
+    EXPECT_EQ(0, std::memcmp(&stuPrinter, req.Data() + CJobRequestBuilder::PrinterAt(1), 6204));
     EXPECT_EQ(u'\x1', stuPrinter.szPrinterId[0]);
     EXPECT_EQ(std::u16string(u"J01"), std::u16string(stuPrinter.szPrinterId + 2));
 }
@@ -302,7 +302,7 @@ TEST(JobOptionDataTest, PrinterIndexEqualToTheCountIsAccepted)
 TEST(JobOptionDataTest, PrinterIndexBeyondTheCountIsOutOfRange)
 {
     orvtest::LogCapture cap("OutputParam.OrvprintD_exe=TRUE");
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
     CJobOptionData data(req.Data(), 10348);
     CJobOptionData::PRINTER_INFO stuPrinter;
@@ -330,7 +330,7 @@ TEST(JobOptionDataTest, PrinterIndexBeyondTheCountIsOutOfRange)
 
 TEST(JobOptionDataTest, RefusedIndexLeavesTheRecordUntouched)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(0, 0);
     CJobOptionData data(req.Data(), 8);
     CJobOptionData::PRINTER_INFO stuPrinter;
@@ -345,7 +345,7 @@ TEST(JobOptionDataTest, RefusedIndexLeavesTheRecordUntouched)
 TEST(JobOptionDataTest, IndexWithTheHighBitSetIsOutOfRange)
 {
     orvtest::LogCapture cap;
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
     CJobOptionData data(req.Data(), 10348);
     CJobOptionData::PRINTER_INFO stuPrinter;
@@ -366,13 +366,13 @@ TEST(JobOptionDataTest, IndexWithTheHighBitSetIsOutOfRange)
 
 TEST(JobOptionDataTest, ProjectIndexEqualToTheCountIsAcceptedAndBeyondIsOutOfRange)
 {
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
     CJobOptionData data(req.Data(), 10348);
     CJobOptionData::PROJECT_INFO stuProject;
     FillPattern(stuProject, 0xCD);
     data.GetProjectInfo(1, stuProject);
-    EXPECT_EQ(0, std::memcmp(&stuProject, req.Data() + RequestBuilder::ProjectAt(1, 1), 4136));
+    EXPECT_EQ(0, std::memcmp(&stuProject, req.Data() + CJobRequestBuilder::ProjectAt(1, 1), 4136));
 
     orvtest::LogCapture cap("OutputParam.OrvprintD_exe=TRUE");
     FillPattern(stuProject, 0);
@@ -401,7 +401,7 @@ TEST(JobOptionDataTest, OperationsOpenTheirTraceScopes)
     if (!cap.Available()) {
         GTEST_SKIP() << "logging is built disabled";
     }
-    RequestBuilder req;
+    CJobRequestBuilder req(CJobOptionData::MAX_BUFFER_SIZE);
     req.SetCounts(1, 1);
     {
         CJobOptionData data(req.Data(), 10348);

@@ -3,43 +3,23 @@
 #include "Src/Common/include/JobOptionData.h"
 #include "Src/Common/include/JobSelectedData.h"
 #include "support/ChildMain.h"
+#include "support/JobRequestBuilder.h"
 
 namespace orvtest {
 
-namespace {
-
-void CopyId(char16_t* szTo, const std::string& strId)
-{
-    for (size_t i = 0; i < strId.size(); ++i) {
-        szTo[i] = static_cast<char16_t>(strId[i]);
-    }
-}
-
-} // namespace
-
 std::string MakeJobRequest(int iPrinters, int iProjects, const std::string& strPrefix)
 {
-    const size_t uiSize = 8 + sizeof(CJobOptionData::PRINTER_INFO) * iPrinters +
-                          sizeof(CJobOptionData::PROJECT_INFO) * iProjects;
-    std::string strRequest(uiSize, '\0');
-    uint8_t* p = reinterpret_cast<uint8_t*>(&strRequest[0]);
-    std::memcpy(p, &iPrinters, 4);
-    p += 4;
+    CJobRequestBuilder builder;
     for (int i = 0; i < iPrinters; ++i) {
-        CJobOptionData::PRINTER_INFO stuPrinter = {};
-        CopyId(stuPrinter.szPrinterId, strPrefix + "P" + std::to_string(i + 1));
-        std::memcpy(p, &stuPrinter, sizeof(stuPrinter));
-        p += sizeof(stuPrinter);
+        const std::string strId = strPrefix + "P" + std::to_string(i + 1);
+        builder.Printer(std::u16string(strId.begin(), strId.end()), u"");
     }
-    std::memcpy(p, &iProjects, 4);
-    p += 4;
     for (int i = 0; i < iProjects; ++i) {
-        CJobOptionData::PROJECT_INFO stuProject = {};
-        CopyId(stuProject.szProjectId, strPrefix + "J" + std::to_string(i + 1));
-        std::memcpy(p, &stuProject, sizeof(stuProject));
-        p += sizeof(stuProject);
+        const std::string strId = strPrefix + "J" + std::to_string(i + 1);
+        builder.Project(std::u16string(strId.begin(), strId.end()), u"");
     }
-    return strRequest;
+    const std::vector<uint8_t> vecRequest = builder.Build();
+    return std::string(vecRequest.begin(), vecRequest.end());
 }
 
 int AnswerFirstIds(uint8_t* pbyRequest, uint64_t& uiRequestLength, uint8_t* pbyResponse, uint64_t& uiResponseLength)

@@ -11,6 +11,7 @@ PACKAGES=(
   fonts-wqy-microhei xvfb xdotool x11-apps imagemagick
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libclang-rt-14-dev
+  dpkg-dev fakeroot lintian wixl msitools
 )
 
 missing=()

@@ -79,7 +79,7 @@ set(CPACK_PACKAGE_VENDOR Orv-soft)
 set(CPACK_PACKAGE_CONTACT "Orv-soft <support@orv-soft.com>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "desktop companion of the Orv secure-printing system")
 # The synopsis is the summary above; this is the extended description.
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+string(CONCAT CPACK_DEBIAN_PACKAGE_DESCRIPTION
     "OrvprintD runs once per machine in the session of the user who is logged\n"
     "on and starts at log-on. When the printing service holds a print job, it\n"
     "shows a dialog in which the user picks the printer and the project to\n"

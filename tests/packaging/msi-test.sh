@@ -113,9 +113,14 @@ send_and_answer() { # KEY SCREENSHOT
   tr -d '\r' <"$answer"
 }
 
+# Whether the processes have ended. Wine's process of a program that has
+# exited (its Windows process is signalled) lingers a moment: at most 10 s.
 ended() { # PIDS
   local pid
-  for pid in "$@"; do kill -0 "$pid" 2>/dev/null && return 1; done
+  for pid in "$@"; do
+    for _ in $(seq 200); do kill -0 "$pid" 2>/dev/null || break; sleep 0.05; done
+    kill -0 "$pid" 2>/dev/null && return 1
+  done
   return 0
 }
 

@@ -9,6 +9,7 @@
 #                                             the client tool is looked for)
 #   /usr/lib/orv-soft/client/LogConfig.conf   link to /etc/orv-soft/LogConfig.conf
 #   /usr/bin/orvprint-send, orvprint-config   the administrators' tools
+#   /usr/share/man/man1/                      their manual pages
 #   /etc/orv-soft/machine.ini                 the machine registry (conffile)
 #   /etc/orv-soft/LogConfig.conf              logging (conffile)
 #   /etc/xdg/autostart/OrvprintD.desktop      start at log-on (conffile)
@@ -58,6 +59,11 @@ file(WRITE ${ORV_LINUX_STAGE}/changelog
      "  * OrvprintD ${PROJECT_VERSION}.\n\n"
      " -- Orv-soft <support@orv-soft.com>  ${orv_changelog_date}\n")
 execute_process(COMMAND gzip -9nf ${ORV_LINUX_STAGE}/changelog)
+# Manual pages of the tools, compressed the same way.
+foreach(page orvprint-send.1 orvprint-config.1)
+  configure_file(${ORV_PACKAGING_DIR}/debian/${page} ${ORV_LINUX_STAGE}/${page} COPYONLY)
+  execute_process(COMMAND gzip -9nf ${ORV_LINUX_STAGE}/${page})
+endforeach()
 
 install(TARGETS OrvprintD RUNTIME DESTINATION ${ORV_LINUX_INSTALL_DIR})
 install(FILES ${ORV_LINUX_STAGE}/LogConfig.conf.link DESTINATION ${ORV_LINUX_INSTALL_DIR} RENAME LogConfig.conf)
@@ -66,6 +72,8 @@ install(FILES ${ORV_PACKAGING_DIR}/debian/machine.ini ${ORV_LINUX_STAGE}/LogConf
         DESTINATION /etc/orv-soft PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(FILES ${ORV_PACKAGING_DIR}/debian/OrvprintD.desktop
         DESTINATION /etc/xdg/autostart PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+install(FILES ${ORV_LINUX_STAGE}/orvprint-send.1.gz ${ORV_LINUX_STAGE}/orvprint-config.1.gz
+        DESTINATION share/man/man1 PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(FILES ${ORV_PACKAGING_DIR}/debian/copyright ${ORV_LINUX_STAGE}/changelog.gz
         DESTINATION share/doc/orvprintd PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything (Linux and Windows cross build) and runs every test:
 # Linux tests natively, Windows tests under Wine (headless, Xvfb where a
-# window is needed); then replays the fuzz corpora and runs the Linux tests
-# under the sanitizers (clang). Prints one summary line per build and a total
+# window is needed); builds both packages (scripts/package.sh) and installs,
+# uses, upgrades and removes each (tests/packaging/); then replays the fuzz
+# corpora and runs the Linux tests under the sanitizers (clang). Prints one summary line per build and a total
 # line; exits non-zero on any failure.
 set -uo pipefail
 

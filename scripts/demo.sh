@@ -35,6 +35,8 @@ mkdir -p "$out"
 # root (containers, CI): another account is named as the system one.
 # shellcheck source=scripts/private-machine.sh
 . "$root/scripts/private-machine.sh"
+# shellcheck source=scripts/dialog-session.sh
+. "$root/scripts/dialog-session.sh"
 private_machine "$demo" "$demo/shm" "$demo" 0 orvprint-demo-system
 
 # Logging: everything of the program into one file.
@@ -49,11 +51,11 @@ OutputParam.OrvprintD_exe=true
 CONF
 
 interactive=0
-xvfb_pid=
+XVFB_PID=
 cleanup() {
   "$bin/OrvprintD" --quit >/dev/null 2>&1 || true
   pkill -f "$bin/OrvClientTool" 2>/dev/null || true
-  [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+  [ -n "$XVFB_PID" ] && kill "$XVFB_PID" 2>/dev/null || true
   rm -rf "$demo"
 }
 trap cleanup EXIT
@@ -62,10 +64,7 @@ if [ -n "${DISPLAY:-}" ] && xdotool getdisplaygeometry >/dev/null 2>&1; then
   interactive=1
   echo "== using your display $DISPLAY: answer the dialog when it appears"
 else
-  exec 3< <(Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp 2>/dev/null)
-  read -r -t 20 display_no <&3
-  xvfb_pid=$(pgrep -n Xvfb)
-  export DISPLAY=:$display_no
+  start_private_xvfb
   echo "== no display: using a private Xvfb server ($DISPLAY)"
 fi
 export QT_QPA_PLATFORM=xcb
@@ -74,12 +73,8 @@ echo "== starting OrvprintD"
 t0=$(date +%s%N)
 "$bin/OrvprintD" &
 orv_pid=$!
-mutex=$ORVPRINT_SHM_DIR/Orvprint_Popup_Dialog_MUTEX_EXISTANCE
-for _ in $(seq 200); do
-  if [ -e "$mutex" ] && ! flock -n "$mutex" true 2>/dev/null; then break; fi
-  kill -0 $orv_pid 2>/dev/null || { echo "OrvprintD ended early"; exit 1; }
-  sleep 0.05
-done
+wait_until_serving "$ORVPRINT_SHM_DIR/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" $orv_pid \
+  || { echo "OrvprintD ended early or did not start serving"; exit 1; }
 echo "   serving after $(( ($(date +%s%N) - t0) / 1000000 )) ms (pid $orv_pid); client tool running: $(pgrep -f "$bin/OrvClientTool" >/dev/null && echo yes || echo no)"
 
 
@@ -89,12 +84,11 @@ t1=$(date +%s%N)
 send_pid=$!
 
 if [ $interactive -eq 0 ]; then
-  win=$(xdotool search --sync --onlyvisible --name "请选择打印选项" | head -1)
+  win=$(find_window "请选择打印选项")
   echo "   dialog on screen after $(( ($(date +%s%N) - t1) / 1000000 )) ms"
   import -window "$win" "$out/dialog.png" 2>/dev/null || import -window root "$out/dialog.png" 2>/dev/null || true
-  xdotool windowfocus --sync "$win" 2>/dev/null || true
   t2=$(date +%s%N)
-  xdotool key --clearmodifiers Return
+  press_key "$win" Return
 fi
 wait $send_pid || true
 [ $interactive -eq 0 ] && echo "   answer back $(( ($(date +%s%N) - t2) / 1000000 )) ms after Enter"

@@ -7,13 +7,13 @@
 # Writes DIR/machine.ini (the machine registry stand-in: the client's
 # folders DIR/install, DIR/temp, DIR/log), DIR/temp/Config.ini (projects
 # shown, no saved defaults), a CUPS filter stand-in (the print processor is
-# present), DIR/request.json (two printers and two projects, the way the
-# printing service describes them to orvprint-send), and exports the
-# variables that point OrvprintD at them: named objects in SHM_DIR, the
-# user's objects in RUNTIME_DIR, the autostart entry under DIR/xdg. When run
-# as root, SYSTEM_ACCOUNT is named as the system account (OrvprintD refuses
-# to run as the system account). LogConfig.conf in DIR/install is the
-# caller's.
+# present), DIR/request.json (sample-request.json: two printers and two
+# projects, the way the printing service describes them to orvprint-send),
+# and exports the variables that point OrvprintD at them: named objects in
+# SHM_DIR, the user's objects in RUNTIME_DIR, the autostart entry under
+# DIR/xdg. When run as root, SYSTEM_ACCOUNT is named as the system account
+# (OrvprintD refuses to run as the system account). LogConfig.conf in
+# DIR/install is the caller's.
 
 private_machine() {
   local dir=$1 shm_dir=$2 runtime_dir=$3 no_project=$4 account=$5
@@ -42,22 +42,7 @@ FilterIntalled=0
 INI
   printf '#!/bin/sh\nexec cat\n' >"$dir/cups/filter/orvprint"
   chmod +x "$dir/cups/filter/orvprint"
-  cat >"$dir/request.json" <<'JSON'
-{
-  "printers": [
-    { "id": "P-3F-01", "name": "三楼彩色打印机", "comment": "三楼东侧，A3 彩色",
-      "description": "HP Color LaserJet", "status": 0, "maxPagesPerJob": 200,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false },
-    { "id": "P-5F-02", "name": "五楼黑白打印机", "comment": "",
-      "description": "Kyocera", "status": 1, "maxPagesPerJob": 50,
-      "pageTotal": 12, "printTaskTotal": 2, "tooManyPages": false }
-  ],
-  "projects": [
-    { "id": "PRJ-001", "name": "年度审计项目", "comment": "财务部" },
-    { "id": "PRJ-002", "name": "市场推广", "comment": "" }
-  ]
-}
-JSON
+  cp "$(dirname "${BASH_SOURCE[0]}")/sample-request.json" "$dir/request.json"
 
   export ORVPRINT_MACHINE_CONFIG=$dir/machine.ini
   export ORVPRINT_SHM_DIR=$shm_dir

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything (Linux and Windows cross build) and runs every test:
 # Linux tests natively, Windows tests under Wine (headless, Xvfb where a
-# window is needed); then replays the fuzz corpora and runs the Linux tests
-# under the sanitizers (clang). Prints one summary line per build and a total
+# window is needed); builds both packages (scripts/package.sh) and installs,
+# uses, upgrades and removes each (tests/packaging/); then replays the fuzz
+# corpora and runs the Linux tests under the sanitizers (clang). Prints one summary line per build and a total
 # line; exits non-zero on any failure.
 set -uo pipefail
 
@@ -106,6 +107,41 @@ if [ $win_ok -eq 1 ]; then
   wineserver -k >/dev/null 2>&1 || true
 else
   summary+=("windows: build failed")
+fi
+
+# Packages: the DEB and the MSI built by package.sh into build/packages/, and
+# a higher version of each for the upgrade tests; then each installed, used,
+# upgraded and removed (the DEB on this machine, as root; the MSI under Wine
+# in a prefix of its own).
+if [ $linux_ok -eq 1 ] && [ $win_ok -eq 1 ]; then
+  echo "== packages: build"
+  pkg_dir=$build_root/packages
+  pkg_log=$build_root/packages.log
+  version=$(cat "$linux_dir/orv-version.txt")
+  next_version=$(awk -F. '{ printf "%d.%d.%d", $1, $2, $3 + 1 }' <<<"$version")
+  if ORV_BUILD_ROOT=$build_root "$root/scripts/package.sh" >"$pkg_log" 2>&1 &&
+     ORV_BUILD_ROOT=$build_root "$root/scripts/package.sh" --version "$next_version" --out "$pkg_dir/upgrade-test" >>"$pkg_log" 2>&1; then
+    grep -E '^package:|^   [EW]: ' "$pkg_log" | sed 's/^/   /'
+    for kind in deb msi; do
+      test_log=$build_root/package-$kind-test.log
+      if [ $kind = deb ]; then
+        "$root/tests/packaging/deb-test.sh" "$pkg_dir/orvprintd_${version}_amd64.deb" \
+          "$pkg_dir/upgrade-test/orvprintd_${next_version}_amd64.deb" >"$test_log" 2>&1
+      else
+        "$root/tests/packaging/msi-test.sh" "$pkg_dir/OrvprintD-${version}-x64.msi" \
+          "$pkg_dir/upgrade-test/OrvprintD-${next_version}-x64.msi" "$win_dir/bin/orvprint-send.exe" \
+          "$pkg_dir/msi-test" >"$test_log" 2>&1
+      fi
+      rc=$?
+      sed 's/^/   /' "$test_log"
+      [ $rc -ne 0 ] && status=1
+      line=$(grep -E '^package [a-z]+: [0-9]+ passed' "$test_log" | tail -1)
+      summary+=("${line:-package $kind: test did not finish}")
+    done
+  else
+    tail -40 "$pkg_log"; status=1
+    summary+=("packages: build failed (see $pkg_log)")
+  fi
 fi
 
 # Reliability (Linux, clang): every fuzz harness replays its corpus, the

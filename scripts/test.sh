@@ -66,14 +66,16 @@ run_tests() { # name dir
   return $rc
 }
 
-# Ends programs of this build root that a test left running (a test binary
-# that crashed cannot end what it started), and says which.
+# Ends programs that a test left running (a test binary that crashed or was
+# killed cannot end what it started), and says which: programs of this build
+# root, and programs that tests copied into their temporary folders.
 end_leftovers() {
-  local exe target pid
+  local exe target pid tmp=${TMPDIR:-/tmp}
+  tmp=${tmp%/}
   for exe in /proc/[0-9]*/exe; do
     target=$(readlink "$exe" 2>/dev/null) || continue
     case "$target" in
-      "$build_root"/*)
+      "$build_root"/*|"$tmp"/orvtest-*)
         pid=${exe#/proc/}; pid=${pid%/exe}
         echo "   note: ending $target (pid $pid), left running by a test"
         kill -9 "$pid" 2>/dev/null || true ;;

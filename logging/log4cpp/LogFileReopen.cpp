@@ -58,18 +58,10 @@ int ReopenMissingLogFiles()
             if (strPath.empty()) {
                 continue; // made on a descriptor: nothing to reopen
             }
-            {
-                // The descriptor is read where no write can change it.
-                const auto lock = LogWriteLock::ForReopen();
-                if (!LogFileState::IsGone(strPath, FileAppenderAccess::Descriptor(*pFile))) {
-                    continue;
-                }
-            }
-            if (!LogFileState::MakeFolderOf(strPath)) {
-                continue;
-            }
+            // The descriptor is read and replaced where no write can use it.
             const auto lock = LogWriteLock::ForReopen();
-            if (pFile->reopen()) {
+            if (LogFileState::IsGone(strPath, FileAppenderAccess::Descriptor(*pFile)) &&
+                LogFileState::MakeFolderOf(strPath) && pFile->reopen()) {
                 ++iReopened;
             }
         }

@@ -46,14 +46,27 @@ inline std::string BinPath(const char* szName)
 }
 
 // Runs a shell command and returns what it printed (first line, trimmed).
-inline std::string Capture(const std::string& strCommand)
+// Everything a shell command writes to its standard output, and its exit
+// status as pclose gives it (-1 when it could not be started).
+inline std::string CaptureAll(const std::string& strCommand, int* piStatus = nullptr)
 {
     std::string strOut;
     FILE* pPipe = popen(strCommand.c_str(), "r");
-    if (!pPipe) return strOut;
+    if (!pPipe) {
+        if (piStatus) *piStatus = -1;
+        return strOut;
+    }
     std::array<char, 256> buf{};
-    while (fgets(buf.data(), static_cast<int>(buf.size()), pPipe)) strOut += buf.data();
-    pclose(pPipe);
+    while (size_t uiRead = fread(buf.data(), 1, buf.size(), pPipe)) strOut.append(buf.data(), uiRead);
+    const int iStatus = pclose(pPipe);
+    if (piStatus) *piStatus = iStatus;
+    return strOut;
+}
+
+// The first line a shell command writes to its standard output.
+inline std::string Capture(const std::string& strCommand)
+{
+    std::string strOut = CaptureAll(strCommand);
     const size_t uiEnd = strOut.find('\n');
     if (uiEnd != std::string::npos) strOut.resize(uiEnd);
     return strOut;

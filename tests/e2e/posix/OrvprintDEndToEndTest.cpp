@@ -273,15 +273,8 @@ TEST_F(EndToEndTest, QuitThatCannotEndTheInstanceSaysSo)
                                                                      OrvUtility::EVERYONE_MUTEX_ALL_ACCESS, &bExists);
     ASSERT_NE(nullptr, hInstance);
     ASSERT_FALSE(bExists);
-    const std::string strCommand = "'" + BinPath("OrvprintD") + "' --quit 2>&1";
-    FILE* pPipe = popen(strCommand.c_str(), "r");
-    ASSERT_NE(nullptr, pPipe);
-    std::string strOutput;
-    char szBuffer[256];
-    while (size_t uiRead = fread(szBuffer, 1, sizeof(szBuffer), pPipe)) {
-        strOutput.append(szBuffer, uiRead);
-    }
-    const int iStatus = pclose(pPipe);
+    int iStatus = -1;
+    const std::string strOutput = CaptureAll("'" + BinPath("OrvprintD") + "' --quit 2>&1", &iStatus);
     OrvUtility::ReleaseNamedMutex(hInstance);
     OrvUtility::CloseNamedObject(hInstance);
     ASSERT_TRUE(WIFEXITED(iStatus));

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include "utility/NamedObject.h"
 #include "utility/Thread.h"
 
 // What start-up and shutdown ask of the platform. Windows: the thread locale,
@@ -45,7 +46,15 @@ std::wstring GetAutorunLocation();
 // $CUPS_SERVERBIN/filter (default /usr/lib/cups/filter).
 int ProbePrintProcessor(uint32_t* puiLastError);
 
-// A modal message box with the error icon and the OK button.
+// Linux: blocks SIGTERM, SIGINT and SIGHUP in the calling thread (and so in
+// every thread started after it) and keeps them for the message loop, which
+// they end; a signal that comes at any moment after this call is not lost
+// and ends the program as --quit does. Called first in main, before any
+// thread starts. Windows: nothing (WM_QUIT ends the loop).
+void CatchQuitSignals();
+
+// A modal message box with the error icon and the OK button. Linux: a quit
+// signal closes it.
 void ShowErrorMessageBox(const std::wstring& strText);
 
 // Runs the main thread's message loop until the quit message (Windows) or a
@@ -71,6 +80,12 @@ int WorseQuitResult(int iFirst, int iSecond);
 // The result when no process of this program file was found: QUIT_NOT_ENDED
 // while the instance mutex is held all the same, else QUIT_NONE.
 int NoInstanceFound();
+
+// At the clean end of the program, with the single-instance mutex it owns.
+// Windows: nothing (the handle stays open until the process ends). Linux:
+// the mutex is released, so that its lock file's owner record is blanked and
+// the next start does not take this one for a crashed instance.
+void EndInstance(OrvUtility::NamedHandle hInstanceMutex);
 
 // Path separator of this platform ("\" or "/").
 const wchar_t* GetPathSeparator();

@@ -144,5 +144,6 @@ int COrvprintDApp::InitInstance()
     }
     ORV_LOG_INFO_PLAIN("OrvprintD exits.");
     spLauncher.reset();
+    AppPlatform::EndInstance(hInstanceMutex);
     return 0;
 }

@@ -2,10 +2,14 @@
 
 #include <cerrno>
 #include <clocale>
+#include <atomic>
 #include <csignal>
+#include <functional>
+#include <memory>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <thread>
@@ -20,20 +24,56 @@
 #include "language/Exception.h"
 #include "language/ProcessHelpers.h"
 #include "language/TextConvert.h"
+#include "utility/NamedMutex.h"
 
 namespace AppPlatform {
 
 namespace {
 
-int g_aiSignalPipe[2] = {-1, -1};
+// SIGTERM, SIGINT and SIGHUP are blocked in every thread from the start of
+// main and read from this descriptor instead: a signal that comes before
+// the message loop runs stays pending here and ends the loop as soon as it
+// starts, instead of killing the process half-way through its start-up.
+int g_iQuitSignalFd = -1;
+// A quit signal was read while the loop did not run yet.
+std::atomic<bool> g_bQuitRequested(false);
 
-void OnQuitSignal(int)
+sigset_t QuitSignals()
 {
-    const int iSavedErrno = errno;
-    const char c = 'q';
-    ssize_t n = write(g_aiSignalPipe[1], &c, 1);
-    (void)n;
-    errno = iSavedErrno;
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGHUP);
+    return set;
+}
+
+// Reads every pending quit signal; true when there was one (now or before).
+bool TakeQuitSignals()
+{
+    if (g_iQuitSignalFd >= 0) {
+        struct signalfd_siginfo info;
+        while (read(g_iQuitSignalFd, &info, sizeof(info)) == static_cast<ssize_t>(sizeof(info))) {
+            g_bQuitRequested = true;
+        }
+    }
+    return g_bQuitRequested;
+}
+
+// Calls fnOnQuit on the GUI thread when a quit signal arrives while the
+// notifier lives.
+std::unique_ptr<QSocketNotifier> NotifyQuit(std::function<void()> fnOnQuit)
+{
+    if (g_iQuitSignalFd < 0) {
+        return nullptr;
+    }
+    std::unique_ptr<QSocketNotifier> pNotifier(new QSocketNotifier(g_iQuitSignalFd, QSocketNotifier::Read));
+    QObject::connect(pNotifier.get(), &QSocketNotifier::activated, [fnOnQuit]() {
+        if (TakeQuitSignals()) {
+            fnOnQuit();
+        }
+    });
+    return pNotifier;
 }
 
 std::string AutostartFolder()
@@ -135,38 +175,41 @@ int ProbePrintProcessor(uint32_t* puiLastError)
     return 0;
 }
 
+void CatchQuitSignals()
+{
+    const sigset_t set = QuitSignals();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    g_iQuitSignalFd = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (g_iQuitSignalFd < 0) {
+        // Nothing would ever read them: let them end the process as before.
+        pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    }
+}
+
 void ShowErrorMessageBox(const std::wstring& strText)
 {
-    QMessageBox::critical(nullptr, QStringLiteral("OrvprintD"), QString::fromStdWString(strText), QMessageBox::Ok);
+    // A quit during start-up does not wait for somebody to close the box.
+    QMessageBox objBox(QMessageBox::Critical, QStringLiteral("OrvprintD"), QString::fromStdWString(strText),
+                       QMessageBox::Ok);
+    const auto pNotifier = NotifyQuit([&objBox]() { objBox.reject(); });
+    if (TakeQuitSignals()) {
+        return;
+    }
+    objBox.exec();
 }
 
 void RunMessageLoop()
 {
-    // SIGTERM, SIGINT and SIGHUP end the loop as the quit message does on
-    // Windows. The loop is a plain QEventLoop: leaving it does not end a
-    // dialog's own loop, so an open dialog stays until the user closes it.
-    if (g_aiSignalPipe[0] < 0) {
-        if (pipe2(g_aiSignalPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-            g_aiSignalPipe[0] = g_aiSignalPipe[1] = -1;
-        }
+    // A quit signal ends the loop as the quit message does on Windows. The
+    // loop is a plain QEventLoop: leaving it does not end a dialog's own
+    // loop, so an open dialog stays until the user closes it.
+    if (TakeQuitSignals()) {
+        return;
     }
     QEventLoop objLoop;
-    std::unique_ptr<QSocketNotifier> pNotifier;
-    if (g_aiSignalPipe[0] >= 0) {
-        pNotifier.reset(new QSocketNotifier(g_aiSignalPipe[0], QSocketNotifier::Read));
-        QObject::connect(pNotifier.get(), &QSocketNotifier::activated, [&objLoop]() {
-            char buf[16];
-            while (read(g_aiSignalPipe[0], buf, sizeof(buf)) > 0) {
-            }
-            objLoop.exit(0);
-        });
-        struct sigaction sa = {};
-        sa.sa_handler = OnQuitSignal;
-        sigemptyset(&sa.sa_mask);
-        sa.sa_flags = SA_RESTART;
-        sigaction(SIGTERM, &sa, nullptr);
-        sigaction(SIGINT, &sa, nullptr);
-        sigaction(SIGHUP, &sa, nullptr);
+    const auto pNotifier = NotifyQuit([&objLoop]() { objLoop.exit(0); });
+    if (TakeQuitSignals()) {
+        return; // came while the notifier was made
     }
     objLoop.exec();
 }
@@ -221,6 +264,11 @@ int QuitRunningInstance(uint32_t uiTimeoutMs)
         iResult = WorseQuitResult(iResult, iReady == 1 ? QUIT_ENDED : QUIT_NOT_IN_TIME);
     }
     return iFound == 0 ? NoInstanceFound() : iResult;
+}
+
+void EndInstance(OrvUtility::NamedHandle hInstanceMutex)
+{
+    OrvUtility::ReleaseNamedMutex(hInstanceMutex);
 }
 
 const wchar_t* GetPathSeparator()

@@ -113,6 +113,10 @@ int ProbePrintProcessor(uint32_t* puiLastError)
     return iResult;
 }
 
+void CatchQuitSignals() {}
+
+void EndInstance(OrvUtility::NamedHandle) {}
+
 void ShowErrorMessageBox(const std::wstring& strText)
 {
     MessageBoxW(nullptr, strText.c_str(), L"OrvprintD", MB_OK | MB_ICONERROR);

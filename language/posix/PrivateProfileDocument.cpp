@@ -5,9 +5,13 @@
 #include <cstdlib>
 #include <cwctype>
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <boost/bind/bind.hpp>
 #include "language/TextConvert.h"
+#include "language/scope_guard.h"
+#include "logging/posix/NoFollowFile.h"
 
 namespace Language {
 
@@ -47,6 +51,33 @@ bool WriteAll(int iFd, const std::string& strData)
         uiDone += static_cast<size_t>(n);
     }
     return true;
+}
+
+// Creates a new file ".NAME.XXXXXX" in the folder, exclusively and without
+// following links, readable and writable by its owner only until it is
+// complete. Its descriptor, -1 on failure.
+int CreateTemporary(int iDirFd, const std::string& strName, std::string* pstrTemp)
+{
+    static const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    for (int iAttempt = 0; iAttempt < 100; ++iAttempt) {
+        unsigned char abyRandom[6];
+        if (getrandom(abyRandom, sizeof(abyRandom), 0) != static_cast<ssize_t>(sizeof(abyRandom))) {
+            return -1;
+        }
+        std::string strTemp = "." + strName + ".";
+        for (unsigned char by : abyRandom) {
+            strTemp += ALPHABET[by % (sizeof(ALPHABET) - 1)];
+        }
+        const int iFd = openat(iDirFd, strTemp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (iFd >= 0) {
+            *pstrTemp = strTemp;
+            return iFd;
+        }
+        if (errno != EEXIST) {
+            return -1;
+        }
+    }
+    return -1;
 }
 
 wchar_t FoldCase(wchar_t ch)
@@ -155,18 +186,17 @@ CPrivateProfileDocument::ELoadResult CPrivateProfileDocument::Load(const std::st
     m_bUtf8Bom = false;
     m_bExists = false;
 
-    const int iFd = open(strPath.c_str(), O_RDONLY | O_CLOEXEC);
+    // The file may lie in a folder that other users can write: a link, a
+    // FIFO, a folder or a second name of another file there is refused
+    // and its content never taken into settings that are written back.
+    const char* szRefusal = nullptr;
+    const int iFd = NoFollowFile::Open(strPath, O_RDONLY, false, 0, &szRefusal);
     if (iFd < 0) {
-        return (errno == ENOENT || errno == ENOTDIR || errno == EISDIR) ? LOAD_MISSING : LOAD_FAILED;
-    }
-    struct stat st;
-    if (fstat(iFd, &st) != 0) {
-        close(iFd);
-        return LOAD_FAILED;
-    }
-    if (S_ISDIR(st.st_mode)) {
-        close(iFd);
-        return LOAD_MISSING;
+        if (szRefusal) {
+            NoFollowFile::LogRefused(strPath, szRefusal);
+            return LOAD_FAILED;
+        }
+        return (errno == ENOENT || errno == ENOTDIR) ? LOAD_MISSING : LOAD_FAILED;
     }
     std::string strData;
     const bool bRead = ReadAll(iFd, &strData);
@@ -205,54 +235,52 @@ bool CPrivateProfileDocument::Save() const
         strData += line.strEnd;
     }
 
-    // Replace the file a link points to, not the link.
-    std::string strTarget = m_strPath;
-    struct stat stOld;
-    const bool bOld = stat(m_strPath.c_str(), &stOld) == 0;
-    if (bOld && !S_ISREG(stOld.st_mode)) {
+    // The name itself is replaced, in its own folder, never a target it
+    // may point to: what lies there must be a regular file with one link.
+    const size_t uiSlash = m_strPath.rfind('/');
+    const std::string strFolder = uiSlash == std::string::npos ? std::string(".")
+                                  : uiSlash == 0                ? std::string("/")
+                                                                : m_strPath.substr(0, uiSlash);
+    const std::string strName = uiSlash == std::string::npos ? m_strPath : m_strPath.substr(uiSlash + 1);
+    const int iDirFd = open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iDirFd < 0) {
         return false;
     }
-    if (bOld) {
-        char szReal[PATH_MAX];
-        if (realpath(m_strPath.c_str(), szReal)) {
-            strTarget = szReal;
-        }
+    const scope_guard guardDir(boost::bind(close, iDirFd));
+    if (const char* szRefusal = NoFollowFile::CheckInPlace(iDirFd, strName)) {
+        NoFollowFile::LogRefused(m_strPath, szRefusal);
+        return false;
     }
+    struct stat stOld;
+    const bool bOld = fstatat(iDirFd, strName.c_str(), &stOld, AT_SYMLINK_NOFOLLOW) == 0;
 
-    const size_t uiSlash = strTarget.rfind('/');
-    const std::string strFolder = uiSlash == std::string::npos ? std::string(".") : strTarget.substr(0, uiSlash + 1);
-    const std::string strName = uiSlash == std::string::npos ? strTarget : strTarget.substr(uiSlash + 1);
-    std::string strTemp = (uiSlash == std::string::npos ? std::string() : strFolder) + "." + strName + ".XXXXXX";
-    std::vector<char> vecTemp(strTemp.begin(), strTemp.end());
-    vecTemp.push_back('\0');
-    const int iFd = mkostemp(vecTemp.data(), O_CLOEXEC);
+    std::string strTemp;
+    const int iFd = CreateTemporary(iDirFd, strName, &strTemp);
     if (iFd < 0) {
         return false;
     }
-    strTemp = vecTemp.data();
-
     bool bOk = WriteAll(iFd, strData);
     if (bOk) {
-        if (bOld) {
-            fchmod(iFd, stOld.st_mode & 07777);
-            if (fchown(iFd, stOld.st_uid, stOld.st_gid) != 0) {
-                // Only root may give the file away; others keep their own.
-            }
-        } else {
-            const mode_t uiMask = umask(0);
-            umask(uiMask);
-            fchmod(iFd, 0666 & ~uiMask);
+        // Read and write for whom the umask allows, or as the file we
+        // replace had it when it is our own; never execute, set-user-ID,
+        // set-group-ID or sticky bits, and never the mode of a file that
+        // another user put there.
+        const mode_t uiMask = umask(0);
+        umask(uiMask);
+        mode_t uiMode = 0666 & ~uiMask;
+        if (bOld && stOld.st_uid == geteuid()) {
+            uiMode = stOld.st_mode & 0666;
         }
-        bOk = fsync(iFd) == 0;
+        bOk = fchmod(iFd, uiMode) == 0 && fsync(iFd) == 0;
     }
     if (close(iFd) != 0) {
         bOk = false;
     }
-    if (bOk && rename(strTemp.c_str(), strTarget.c_str()) != 0) {
+    if (bOk && renameat(iDirFd, strTemp.c_str(), iDirFd, strName.c_str()) != 0) {
         bOk = false;
     }
     if (!bOk) {
-        unlink(strTemp.c_str());
+        unlinkat(iDirFd, strTemp.c_str(), 0);
     }
     return bOk;
 }

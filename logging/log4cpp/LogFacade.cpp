@@ -19,6 +19,7 @@
 #include "logging/log4cpp/EntryCache.h"
 #include "logging/log4cpp/EventLogAppenderFactory.h"
 #include "logging/log4cpp/LogConfigurator.h"
+#include "logging/log4cpp/LogFileGuard.h"
 #include "logging/log4cpp/LogFilter.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/ThreadNdc.h"
@@ -271,11 +272,14 @@ int InitLogging(const char* szConfigPath)
 
         const std::string strPath(szConfigPath ? szConfigPath : "");
         LogConfigurator configurator;
-        log4cpp::PropertyConfigurator::configure(strPath);
+        CLogFileGuard fileGuard;
+        log4cpp::PropertyConfigurator::configure(fileGuard.Prepare(strPath));
         configurator.Configure(strPath);
 
         LogState::ReplaceFilter(configurator.ReleaseFilter());
         LogState::SetDisabled(false);
+        LogState::NextGeneration();
+        fileGuard.Finish();
     } catch (...) {
         // Unreadable or malformed: the program runs on without logging.
         LogState::SetDisabled(true);

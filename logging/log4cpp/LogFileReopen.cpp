@@ -10,6 +10,7 @@
 #include <log4cpp/Category.hh>
 #include <log4cpp/FileAppender.hh>
 #include "logging/ErrorState.h"
+#include "logging/LogMacros.h"
 #include "logging/log4cpp/LogFileState.h"
 #include "logging/log4cpp/LogState.h"
 #include "logging/log4cpp/LogWriteLock.h"
@@ -52,6 +53,7 @@ int ReopenMissingLogFiles()
     }
     CallerErrorState errorState;
     int iReopened = 0;
+    std::vector<std::pair<std::string, const char*>> vecRefused;
     try {
         for (log4cpp::FileAppender* pFile : AllFileAppenders()) {
             const std::string& strPath = FileAppenderAccess::FileName(*pFile);
@@ -60,10 +62,26 @@ int ReopenMissingLogFiles()
             }
             // The descriptor is read and replaced where no write can use it.
             const auto lock = LogWriteLock::ForReopen();
-            if (LogFileState::IsGone(strPath, FileAppenderAccess::Descriptor(*pFile)) &&
-                LogFileState::MakeFolderOf(strPath) && pFile->reopen()) {
+            if (!LogFileState::IsGone(strPath, FileAppenderAccess::Descriptor(*pFile))) {
+                continue;
+            }
+            // Made again here first, so that what another user may have
+            // planted under the name meanwhile is refused, not opened.
+            const char* szRefusal = nullptr;
+            const int iChecked = LogFileState::OpenChecked(strPath, &szRefusal);
+            if (szRefusal) {
+                vecRefused.emplace_back(strPath, szRefusal);
+                continue;
+            }
+            if (LogFileState::MakeFolderOf(strPath) && pFile->reopen()) {
+                LogFileState::KeepCheckedFile(iChecked, FileAppenderAccess::Descriptor(*pFile));
                 ++iReopened;
             }
+            LogFileState::CloseChecked(iChecked);
+        }
+        // Logged once no lock is held: the record is written like any other.
+        for (const auto& refused : vecRefused) {
+            ORV_LOG_ERROR("%s(%d) : Refused %s: %s", refused.first.c_str(), refused.second);
         }
     } catch (...) {
     }

@@ -14,4 +14,25 @@ bool IsGone(const std::string& strPath, int iFd);
 // they are missing. True when it exists afterwards.
 bool MakeFolderOf(const std::string& strPath);
 
+// Opens the log file at strPath for appending before log4cpp does, creating
+// it (and its folder) where missing: never through a symbolic link, never a
+// FIFO, a folder or a second name of another file (*pszRefusal then says
+// why). The descriptor, or -1. Windows: -1 without a refusal (log4cpp opens
+// the file itself).
+int OpenChecked(const std::string& strPath, const char** pszRefusal);
+
+// Makes iAppenderFd refer to the file open as iCheckedFd when it refers to
+// another one (the name was replaced between the two opens).
+void KeepCheckedFile(int iCheckedFd, int iAppenderFd);
+
+// Closes a descriptor of OpenChecked.
+void CloseChecked(int iFd);
+
+// A readable path of strText, held in memory until CloseChecked(*piFd);
+// empty when none could be made.
+std::string InMemoryFile(const std::string& strText, int* piFd);
+
+// Writes one line to standard error (a refusal that no log file may show).
+void ReportToConsole(const std::string& strLine);
+
 } // namespace LogFileState

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include "language/TextConvert.h"
-#include "logging/LogMacros.h"
+#include "logging/posix/NoFollowFile.h"
 
 namespace OrvUtility {
 
@@ -38,9 +38,17 @@ bool CheckKind(int iFd, const std::string& strPath, NamedObjectFileKind eKind)
     }
     const bool bRight = eKind == NAMED_FILE_FIFO ? S_ISFIFO(st.st_mode) : S_ISREG(st.st_mode);
     if (!bRight) {
-        LogRefusedObject(strPath, eKind == NAMED_FILE_FIFO ? "it is not a FIFO." : "it is not a regular file.");
+        LogRefusedObject(strPath, eKind == NAMED_FILE_FIFO ? "it is not a FIFO." : NoFollowFile::REFUSED_NOT_REGULAR);
         close(iFd);
         errno = EINVAL;
+        return false;
+    }
+    // A second name of a file elsewhere (a hard link planted in the shared
+    // folder) would make us write into that file.
+    if (st.st_nlink != 1) {
+        LogRefusedObject(strPath, NoFollowFile::REFUSED_HARD_LINK);
+        close(iFd);
+        errno = EMLINK;
         return false;
     }
     return true;
@@ -122,7 +130,7 @@ mode_t NamedObjectMode(uint32_t uiEveryoneAccess)
 
 void LogRefusedObject(const std::string& strPath, const char* szReason)
 {
-    ORV_LOG_ERROR("%s(%d) : Refused %s: %s", strPath.c_str(), szReason);
+    NoFollowFile::LogRefused(strPath, szReason);
 }
 
 int OpenNamedObjectFile(const CNamedObjectLocation& location, NamedObjectFileKind eKind, bool bCreate,
@@ -149,7 +157,7 @@ int OpenNamedObjectFile(const CNamedObjectLocation& location, NamedObjectFileKin
         }
         iErr = errno;
         if (iErr == ELOOP) {
-            LogRefusedObject(strPath, "it is a symbolic link.");
+            LogRefusedObject(strPath, NoFollowFile::REFUSED_LINK);
             break;
         }
         if (iErr != ENOENT || !bCreate) {

@@ -1,7 +1,12 @@
 #include "logging/log4cpp/LogFileState.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
+#include "logging/posix/NoFollowFile.h"
 
 namespace LogFileState {
 
@@ -36,6 +41,65 @@ bool MakeFolderOf(const std::string& strPath)
     }
     struct stat st;
     return ::stat(strFolder.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+int OpenChecked(const std::string& strPath, const char** pszRefusal)
+{
+    *pszRefusal = nullptr;
+    if (!MakeFolderOf(strPath)) {
+        return -1;
+    }
+    // log4cpp's own mode for new log files.
+    return NoFollowFile::Open(strPath, O_WRONLY | O_APPEND, true, 0644, pszRefusal);
+}
+
+void KeepCheckedFile(int iCheckedFd, int iAppenderFd)
+{
+    if (iCheckedFd < 0 || iAppenderFd < 0) {
+        return;
+    }
+    struct stat stChecked;
+    struct stat stAppender;
+    if (::fstat(iCheckedFd, &stChecked) == 0 && ::fstat(iAppenderFd, &stAppender) == 0 &&
+        stChecked.st_dev == stAppender.st_dev && stChecked.st_ino == stAppender.st_ino) {
+        return;
+    }
+    // dup2 keeps iAppenderFd's number; log4cpp writes on through it.
+    ::dup2(iCheckedFd, iAppenderFd);
+}
+
+void CloseChecked(int iFd)
+{
+    if (iFd >= 0) {
+        ::close(iFd);
+    }
+}
+
+std::string InMemoryFile(const std::string& strText, int* piFd)
+{
+    *piFd = ::memfd_create("LogConfig.conf", MFD_CLOEXEC);
+    if (*piFd < 0) {
+        return std::string();
+    }
+    size_t uiDone = 0;
+    while (uiDone < strText.size()) {
+        const ssize_t n = ::write(*piFd, strText.data() + uiDone, strText.size() - uiDone);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            ::close(*piFd);
+            *piFd = -1;
+            return std::string();
+        }
+        uiDone += static_cast<size_t>(n);
+    }
+    return "/proc/self/fd/" + std::to_string(*piFd);
+}
+
+void ReportToConsole(const std::string& strLine)
+{
+    std::fprintf(stderr, "%s\n", strLine.c_str());
 }
 
 } // namespace LogFileState

@@ -1,5 +1,6 @@
 #include "logging/log4cpp/LogFileState.h"
 
+#include <cstdio>
 #include <windows.h>
 
 namespace LogFileState {
@@ -30,6 +31,29 @@ bool MakeFolderOf(const std::string& strPath)
     }
     const DWORD dwAttributes = GetFileAttributesA(strFolder.c_str());
     return dwAttributes != INVALID_FILE_ATTRIBUTES && (dwAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+// No planted links to guard against in the program's own folders on Windows:
+// log4cpp opens its files itself.
+int OpenChecked(const std::string&, const char** pszRefusal)
+{
+    *pszRefusal = nullptr;
+    return -1;
+}
+
+void KeepCheckedFile(int, int) {}
+
+void CloseChecked(int) {}
+
+std::string InMemoryFile(const std::string&, int* piFd)
+{
+    *piFd = -1;
+    return std::string();
+}
+
+void ReportToConsole(const std::string& strLine)
+{
+    std::fprintf(stderr, "%s\n", strLine.c_str());
 }
 
 } // namespace LogFileState

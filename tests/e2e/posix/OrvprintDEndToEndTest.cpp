@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include <chrono>
 #include <cstdio>
 #include <csignal>
@@ -254,6 +256,84 @@ TEST_F(EndToEndTest, SigtermEndsLikeQuit)
         for (size_t i = strLog.find("OrvprintD exits."); i != std::string::npos; i = strLog.find("OrvprintD exits.", i + 1)) ++n;
         return n;
     }());
+}
+
+// The quit signals are blocked in every thread from the start of main and
+// read by the message loop once it runs: whenever during start-up SIGTERM
+// comes, OrvprintD ends as --quit ends it.
+class StartUpSigtermTest : public EndToEndTest {
+protected:
+    // Whether the process blocks SIGTERM now (its main has started and
+    // taken over the quit signals).
+    static bool BlocksSigterm(pid_t pid)
+    {
+        std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+        std::string strLine;
+        while (std::getline(in, strLine)) {
+            if (strLine.compare(0, 7, "SigBlk:") == 0) {
+                const unsigned long long ullMask = std::stoull(strLine.substr(7), nullptr, 16);
+                return (ullMask & (1ull << (SIGTERM - 1))) != 0;
+            }
+        }
+        return false;
+    }
+
+    // Starts OrvprintD and busy-waits (bounded) until it blocks SIGTERM.
+    void StartAndWaitForMain()
+    {
+        m_pOrvprintD = orvtest::ChildProcess::Start(BinPath("OrvprintD"), {});
+        ASSERT_TRUE(m_pOrvprintD);
+        const pid_t pid = static_cast<pid_t>(m_pOrvprintD->GetPid());
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!BlocksSigterm(pid)) {
+            ASSERT_TRUE(m_pOrvprintD->IsRunning());
+            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+        }
+    }
+
+    // The owner record of the single-instance lock file (its first line).
+    std::string InstanceRecord() const
+    {
+        const std::string strLock = m_tmp.File("shm/{05D73725-23EF-4104-92F1-CE15A4115D6A}");
+        return orvtest::ReadWholeFile(strLock).substr(0, 16);
+    }
+
+    static size_t CountOf(const std::string& strText, const std::string& strPart)
+    {
+        size_t n = 0;
+        for (size_t i = strText.find(strPart); i != std::string::npos; i = strText.find(strPart, i + 1)) ++n;
+        return n;
+    }
+};
+
+TEST_F(StartUpSigtermTest, SigtermAtFortyMomentsOfStartUpEndsLikeQuit)
+{
+    // How long start-up takes here, from main to serving.
+    ASSERT_NO_FATAL_FAILURE(StartAndWaitForMain());
+    const auto tpMain = std::chrono::steady_clock::now();
+    ASSERT_TRUE(WaitFor([this] { return IsServing() || !m_pOrvprintD->IsRunning(); }));
+    const auto startUp = std::chrono::steady_clock::now() - tpMain;
+    kill(static_cast<pid_t>(m_pOrvprintD->GetPid()), SIGTERM);
+    ASSERT_EQ(0, m_pOrvprintD->Wait()) << Log();
+
+    const int MOMENTS = 40;
+    for (int iMoment = 0; iMoment < MOMENTS; ++iMoment) {
+        SCOPED_TRACE("moment " + std::to_string(iMoment) + " of " + std::to_string(MOMENTS));
+        unlink(m_tmp.File("log/OrvprintD.log").c_str());
+        ASSERT_NO_FATAL_FAILURE(StartAndWaitForMain());
+        // A delay loop spreads the moments from main's start to a little
+        // after serving; it synchronises nothing.
+        const auto tpSignal = std::chrono::steady_clock::now() + startUp * iMoment * 11 / (10 * (MOMENTS - 1));
+        while (std::chrono::steady_clock::now() < tpSignal) {
+        }
+        kill(static_cast<pid_t>(m_pOrvprintD->GetPid()), SIGTERM);
+        ASSERT_EQ(0, m_pOrvprintD->Wait()) << Log();
+        EXPECT_FALSE(IsServing());
+        const std::string strLog = Log();
+        EXPECT_EQ(2u, CountOf(strLog, "OrvprintD exits.")) << strLog;
+        EXPECT_EQ(std::string(15, ' ') + "\n", InstanceRecord());
+        EXPECT_EQ(OrvUtility::NAMED_MUTEX_FREE, OrvUtility::ProbeNamedMutex(INSTANCE_MUTEX));
+    }
 }
 
 TEST_F(EndToEndTest, QuitWithoutRunningInstanceSaysSo)

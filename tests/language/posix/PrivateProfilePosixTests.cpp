@@ -6,6 +6,9 @@
 #include <unistd.h>
 #include "language/PrivateProfile.h"
 #include "language/TextConvert.h"
+#include "logging/FunctionTraceScope.h"
+#include "logging/LogMacros.h"
+#include "support/LogCapture.h"
 #include "support/TempFolder.h"
 
 // The Linux private-profile functions: the bytes they leave in the file.
@@ -133,13 +136,96 @@ TEST_F(PrivateProfilePosixTest, ReplacesFileAsAWhole)
     EXPECT_EQ(1, iEntries);
 }
 
-TEST_F(PrivateProfilePosixTest, WritesThroughLink)
+// What another user can plant in a folder that everybody may write, in
+// place of Config.ini: it is refused, read as no file, never written
+// through, and the victim outside the folder keeps every byte.
+enum class Planted { SymbolicLink, HardLink, Fifo, Folder };
+
+class PlantedProfileTest : public testing::TestWithParam<Planted> {
+protected:
+    void SetUp() override
+    {
+        m_strVictim = m_outside.WriteFile("victim.sh", VICTIM);
+        const std::string strPlanted = m_shared.File("Config.ini");
+        switch (GetParam()) {
+        case Planted::SymbolicLink:
+            ASSERT_EQ(0, symlink(m_strVictim.c_str(), strPlanted.c_str()));
+            m_strReason = "it is a symbolic link.";
+            break;
+        case Planted::HardLink:
+            ASSERT_EQ(0, link(m_strVictim.c_str(), strPlanted.c_str()));
+            m_strReason = "it has more than one hard link.";
+            break;
+        case Planted::Fifo:
+            ASSERT_EQ(0, mkfifo(strPlanted.c_str(), 0666));
+            m_strReason = "it is not a regular file.";
+            break;
+        case Planted::Folder:
+            ASSERT_EQ(0, mkdir(strPlanted.c_str(), 0777));
+            m_strReason = "it is not a regular file.";
+            break;
+        }
+    }
+
+    std::wstring Path() const { return Language::WideFromUtf8(m_shared.File("Config.ini")); }
+    std::string RefusedLine() const { return "Refused " + m_shared.File("Config.ini") + ": " + m_strReason; }
+
+    static constexpr const char* VICTIM = "#!/bin/sh\n[Setting]\nDefaultPrinter=Old\necho harmless\n";
+    orvtest::TempFolder m_outside;
+    orvtest::TempFolder m_shared;
+    std::string m_strVictim;
+    std::string m_strReason;
+};
+
+TEST_P(PlantedProfileTest, WriteIsRefusedAndTheVictimKeepsEveryByte)
 {
-    m_tmp.WriteFile("Real.ini", "[S]\nA=1\n");
-    std::filesystem::create_symlink(m_tmp.File("Real.ini"), m_tmp.File("Config.ini"));
+    orvtest::LogCapture capture;
+    FunctionTraceScope scope(ORV_LOG_MODULE, "PlantedProfileTest", "Write");
+    EXPECT_EQ(0, PrivateProfileWriteString(L"Setting", L"DefaultPrinter", L"Printer $(id)", Path().c_str()));
+    EXPECT_EQ(VICTIM, orvtest::ReadWholeFile(m_strVictim));
+    if (!capture.Available()) {
+        GTEST_SKIP() << "the log facade is disabled in this build: the ERROR line cannot be read";
+    }
+    EXPECT_EQ(1, capture.Count(RefusedLine())) << capture.Text();
+    EXPECT_EQ(1, capture.Count("ERROR - ")) << capture.Text();
+}
+
+TEST_P(PlantedProfileTest, ReadGivesTheDefaultAndNothingOfTheVictim)
+{
+    orvtest::LogCapture capture;
+    FunctionTraceScope scope(ORV_LOG_MODULE, "PlantedProfileTest", "Read");
+    wchar_t szBuffer[64];
+    EXPECT_EQ(7u, PrivateProfileGetString(L"Setting", L"DefaultPrinter", L"Default", szBuffer, 64, Path().c_str()));
+    EXPECT_EQ(std::wstring(L"Default"), szBuffer);
+    EXPECT_EQ(VICTIM, orvtest::ReadWholeFile(m_strVictim));
+    if (!capture.Available()) {
+        GTEST_SKIP() << "the log facade is disabled in this build: the ERROR line cannot be read";
+    }
+    EXPECT_EQ(1, capture.Count(RefusedLine())) << capture.Text();
+}
+
+INSTANTIATE_TEST_SUITE_P(Planted, PlantedProfileTest,
+                         testing::Values(Planted::SymbolicLink, Planted::HardLink, Planted::Fifo, Planted::Folder),
+                         [](const testing::TestParamInfo<Planted>& info) {
+                             switch (info.param) {
+                             case Planted::SymbolicLink: return std::string("SymbolicLink");
+                             case Planted::HardLink: return std::string("HardLink");
+                             case Planted::Fifo: return std::string("Fifo");
+                             default: return std::string("Folder");
+                             }
+                         });
+
+// A new file never takes execute, set-user-ID, set-group-ID or sticky
+// bits from the file it replaces.
+TEST_F(PrivateProfilePosixTest, ReplacementNeverCarriesSpecialOrExecuteBits)
+{
+    Put("[S]\nA=1\n");
+    ASSERT_EQ(0, chmod(m_tmp.File("Config.ini").c_str(), 07777));
     EXPECT_EQ(1, Write(L"S", L"A", L"2"));
-    EXPECT_TRUE(std::filesystem::is_symlink(m_tmp.File("Config.ini")));
-    EXPECT_EQ("[S]\nA=2\n", m_tmp.ReadFile("Real.ini"));
+    struct stat st;
+    ASSERT_EQ(0, stat(m_tmp.File("Config.ini").c_str(), &st));
+    EXPECT_EQ(0666u, st.st_mode & 07777);
+    EXPECT_EQ("[S]\nA=2\n", Content());
 }
 
 TEST_F(PrivateProfilePosixTest, FailedWriteLeavesNoTemporaryFile)

@@ -14,7 +14,7 @@
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
-#include <fstream>
+#include <boost/bind/bind.hpp>
 #include <QEventLoop>
 #include <QMessageBox>
 #include <QMetaObject>
@@ -24,6 +24,8 @@
 #include "language/Exception.h"
 #include "language/ProcessHelpers.h"
 #include "language/TextConvert.h"
+#include "language/scope_guard.h"
+#include "logging/posix/NoFollowFile.h"
 #include "utility/NamedMutex.h"
 
 namespace AppPlatform {
@@ -90,9 +92,11 @@ std::string AutostartFolder()
     return strFirst + "/autostart";
 }
 
+const char AUTOSTART_LEAF[] = "OrvprintD.desktop";
+
 std::string AutostartFile()
 {
-    return AutostartFolder() + "/OrvprintD.desktop";
+    return AutostartFolder() + "/" + AUTOSTART_LEAF;
 }
 
 } // namespace
@@ -132,27 +136,38 @@ void WriteAutorunValue(const std::wstring& strProgramPath)
     if (mkdir(strFolder.c_str(), 0755) != 0 && errno != EEXIST) {
         Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(errno), strContext.c_str());
     }
-    const std::string strTemp = strFile + ".tmp";
-    {
-        std::ofstream out(strTemp, std::ios::trunc);
-        out << "[Desktop Entry]\n"
-               "Type=Application\n"
-               "Name=OrvprintD\n"
-               "Comment=Print options for held print jobs; keeps the client tool running\n"
-               "Exec=\"" << Language::Utf8FromWide(strProgramPath) << "\"\n"
-               "Terminal=false\n"
-               "NoDisplay=true\n"
-               "X-GNOME-Autostart-enabled=true\n";
-        out.close();
-        if (!out) {
-            const int iErr = errno ? errno : EIO;
-            unlink(strTemp.c_str());
-            Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(iErr), strContext.c_str());
-        }
+    // Written beside the entry and renamed over its name: never through a
+    // link or file that somebody put there under a predictable name.
+    const int iDirFd = open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (iDirFd < 0) {
+        Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(errno), strContext.c_str());
     }
-    if (rename(strTemp.c_str(), strFile.c_str()) != 0) {
-        const int iErr = errno;
-        unlink(strTemp.c_str());
+    const Language::scope_guard guardDir(boost::bind(close, iDirFd));
+    std::string strTemp;
+    const int iFd = NoFollowFile::CreateTemporary(iDirFd, AUTOSTART_LEAF, &strTemp);
+    if (iFd < 0) {
+        Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(errno), strContext.c_str());
+    }
+    const std::string strEntry = "[Desktop Entry]\n"
+                                 "Type=Application\n"
+                                 "Name=OrvprintD\n"
+                                 "Comment=Print options for held print jobs; keeps the client tool running\n"
+                                 "Exec=\"" + Language::Utf8FromWide(strProgramPath) + "\"\n"
+                                 "Terminal=false\n"
+                                 "NoDisplay=true\n"
+                                 "X-GNOME-Autostart-enabled=true\n";
+    int iErr = 0;
+    if (!NoFollowFile::WriteAll(iFd, strEntry) || fchmod(iFd, 0644) != 0) {
+        iErr = errno ? errno : EIO;
+    }
+    if (close(iFd) != 0 && iErr == 0) {
+        iErr = errno;
+    }
+    if (iErr == 0 && renameat(iDirFd, strTemp.c_str(), iDirFd, AUTOSTART_LEAF) != 0) {
+        iErr = errno;
+    }
+    if (iErr != 0) {
+        unlinkat(iDirFd, strTemp.c_str(), 0);
         Language::ThrowWin32Error(L"RegSetValueEx", static_cast<uint32_t>(iErr), strContext.c_str());
     }
 }

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cwctype>
 #include <fcntl.h>
-#include <sys/random.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <boost/bind/bind.hpp>
@@ -37,47 +37,31 @@ bool ReadAll(int iFd, std::string* pstrData)
     }
 }
 
-bool WriteAll(int iFd, const std::string& strData)
+// One ERROR line for a refused file, not one for every value read from it
+// (settings are read key by key): a refusal is logged again only after the
+// file was read or found missing in between.
+std::mutex g_mtxRefusal;
+std::string g_strLastRefusal;
+
+void ReportRefusal(const std::string& strPath, const char* szReason)
 {
-    size_t uiDone = 0;
-    while (uiDone < strData.size()) {
-        const ssize_t n = write(iFd, strData.data() + uiDone, strData.size() - uiDone);
-        if (n < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
+    const std::string strRefusal = strPath + '\n' + szReason;
+    {
+        std::lock_guard<std::mutex> lock(g_mtxRefusal);
+        if (strRefusal == g_strLastRefusal) {
+            return;
         }
-        uiDone += static_cast<size_t>(n);
+        g_strLastRefusal = strRefusal;
     }
-    return true;
+    NoFollowFile::LogRefused(strPath, szReason);
 }
 
-// Creates a new file ".NAME.XXXXXX" in the folder, exclusively and without
-// following links, readable and writable by its owner only until it is
-// complete. Its descriptor, -1 on failure.
-int CreateTemporary(int iDirFd, const std::string& strName, std::string* pstrTemp)
+void ForgetRefusal(const std::string& strPath)
 {
-    static const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-    for (int iAttempt = 0; iAttempt < 100; ++iAttempt) {
-        unsigned char abyRandom[6];
-        if (getrandom(abyRandom, sizeof(abyRandom), 0) != static_cast<ssize_t>(sizeof(abyRandom))) {
-            return -1;
-        }
-        std::string strTemp = "." + strName + ".";
-        for (unsigned char by : abyRandom) {
-            strTemp += ALPHABET[by % (sizeof(ALPHABET) - 1)];
-        }
-        const int iFd = openat(iDirFd, strTemp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-        if (iFd >= 0) {
-            *pstrTemp = strTemp;
-            return iFd;
-        }
-        if (errno != EEXIST) {
-            return -1;
-        }
+    std::lock_guard<std::mutex> lock(g_mtxRefusal);
+    if (g_strLastRefusal.compare(0, strPath.size() + 1, strPath + '\n') == 0) {
+        g_strLastRefusal.clear();
     }
-    return -1;
 }
 
 wchar_t FoldCase(wchar_t ch)
@@ -193,11 +177,16 @@ CPrivateProfileDocument::ELoadResult CPrivateProfileDocument::Load(const std::st
     const int iFd = NoFollowFile::Open(strPath, O_RDONLY, false, 0, &szRefusal);
     if (iFd < 0) {
         if (szRefusal) {
-            NoFollowFile::LogRefused(strPath, szRefusal);
+            ReportRefusal(strPath, szRefusal);
             return LOAD_FAILED;
         }
-        return (errno == ENOENT || errno == ENOTDIR) ? LOAD_MISSING : LOAD_FAILED;
+        if (errno == ENOENT || errno == ENOTDIR) {
+            ForgetRefusal(strPath);
+            return LOAD_MISSING;
+        }
+        return LOAD_FAILED;
     }
+    ForgetRefusal(strPath);
     std::string strData;
     const bool bRead = ReadAll(iFd, &strData);
     close(iFd);
@@ -248,18 +237,18 @@ bool CPrivateProfileDocument::Save() const
     }
     const scope_guard guardDir(boost::bind(close, iDirFd));
     if (const char* szRefusal = NoFollowFile::CheckInPlace(iDirFd, strName)) {
-        NoFollowFile::LogRefused(m_strPath, szRefusal);
+        ReportRefusal(m_strPath, szRefusal);
         return false;
     }
     struct stat stOld;
     const bool bOld = fstatat(iDirFd, strName.c_str(), &stOld, AT_SYMLINK_NOFOLLOW) == 0;
 
     std::string strTemp;
-    const int iFd = CreateTemporary(iDirFd, strName, &strTemp);
+    const int iFd = NoFollowFile::CreateTemporary(iDirFd, strName, &strTemp);
     if (iFd < 0) {
         return false;
     }
-    bool bOk = WriteAll(iFd, strData);
+    bool bOk = NoFollowFile::WriteAll(iFd, strData);
     if (bOk) {
         // Read and write for whom the umask allows, or as the file we
         // replace had it when it is our own; never execute, set-user-ID,

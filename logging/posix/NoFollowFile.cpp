@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include "logging/LogMacros.h"
@@ -128,6 +129,50 @@ int Open(const std::string& strPath, int iAccess, bool bCreate, mode_t uiMode, c
     }
     errno = iErr;
     return -1;
+}
+
+int CreateTemporary(int iDirFd, const std::string& strName, std::string* pstrTemp)
+{
+    static const char ALPHABET[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+    for (int iAttempt = 0; iAttempt < 100; ++iAttempt) {
+        unsigned char abyRandom[6];
+        if (getrandom(abyRandom, sizeof(abyRandom), 0) != static_cast<ssize_t>(sizeof(abyRandom))) {
+            return -1;
+        }
+        std::string strTemp = "." + strName + ".";
+        for (unsigned char by : abyRandom) {
+            strTemp += ALPHABET[by % (sizeof(ALPHABET) - 1)];
+        }
+        const int iFd = openat(iDirFd, strTemp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (iFd >= 0) {
+            *pstrTemp = strTemp;
+            return iFd;
+        }
+        if (errno != EEXIST) {
+            return -1;
+        }
+    }
+    errno = EEXIST;
+    return -1;
+}
+
+bool WriteAll(int iFd, const std::string& strData)
+{
+    size_t uiDone = 0;
+    while (uiDone < strData.size()) {
+        const ssize_t n = write(iFd, strData.data() + uiDone, strData.size() - uiDone);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            if (n == 0) {
+                errno = EIO;
+            }
+            return false;
+        }
+        uiDone += static_cast<size_t>(n);
+    }
+    return true;
 }
 
 void LogRefused(const std::string& strPath, const char* szReason)

@@ -35,6 +35,16 @@ const char* CheckInPlace(int iDirFd, const std::string& strLeaf);
 // file with one link.
 const char* CheckDescriptor(int iFd);
 
+// Creates a new file ".NAME.XXXXXX" (random letters) in the folder iDirFd,
+// exclusively and without following links, mode 0600, for writing: the
+// replacement of NAME, renamed over it once complete. Its descriptor, -1
+// on failure; *pstrTemp is its name in the folder.
+int CreateTemporary(int iDirFd, const std::string& strName, std::string* pstrTemp);
+
+// Writes all of strData to iFd (again after EINTR); false with errno on
+// failure.
+bool WriteAll(int iFd, const std::string& strData);
+
 // Logs a refusal at ERROR: "%s(%d) : Refused <path>: <reason>".
 void LogRefused(const std::string& strPath, const char* szReason);
 

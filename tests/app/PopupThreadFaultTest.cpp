@@ -276,8 +276,17 @@ TEST_P(SettingsWriteFaultTest, OkStillAnswersTheSenderAndLogsOneWarning)
         EXPECT_EQ(1, cap.Count("WARNING - ")) << cap.Text();
         EXPECT_EQ(1, cap.Count("WARNING - app/OrvConfig.cpp(")) << cap.Text();
         EXPECT_EQ(1, cap.Count(") : WriteClientSetting returns 1")) << cap.Text();
-        // The writer's own line, the only error.
-        EXPECT_EQ(1, cap.Count("ERROR - ")) << cap.Text();
+        // The writer's own line, and on Linux a folder in place of
+        // Config.ini refused once (not once for every value read from it).
+#ifdef _WIN32
+        const int iRefused = 0;
+#else
+        const int iRefused = m_bTempDirIsAFile ? 0 : 1;
+#endif
+        EXPECT_EQ(1 + iRefused, cap.Count("ERROR - ")) << cap.Text();
+        EXPECT_EQ(iRefused, cap.Count("ERROR - logging/posix/NoFollowFile.cpp(")) << cap.Text();
+        EXPECT_EQ(iRefused, cap.Count(") : Refused " + m_tmp.File("Config.ini") + ": it is not a regular file."))
+            << cap.Text();
         EXPECT_EQ(1, cap.Count("ERROR - utility/ClientInfo.cpp(")) << cap.Text();
         EXPECT_EQ(1, cap.Count(") : WritePrivateProfileBOOL failed.")) << cap.Text();
         EXPECT_EQ(1, cap.Count("INFO - Selected printer : Printer 2, selected project : Project 1"));

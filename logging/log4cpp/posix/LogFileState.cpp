@@ -81,18 +81,10 @@ std::string InMemoryFile(const std::string& strText, int* piFd)
     if (*piFd < 0) {
         return std::string();
     }
-    size_t uiDone = 0;
-    while (uiDone < strText.size()) {
-        const ssize_t n = ::write(*piFd, strText.data() + uiDone, strText.size() - uiDone);
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            ::close(*piFd);
-            *piFd = -1;
-            return std::string();
-        }
-        uiDone += static_cast<size_t>(n);
+    if (!NoFollowFile::WriteAll(*piFd, strText)) {
+        ::close(*piFd);
+        *piFd = -1;
+        return std::string();
     }
     return "/proc/self/fd/" + std::to_string(*piFd);
 }

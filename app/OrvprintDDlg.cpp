@@ -48,7 +48,17 @@ COrvprintDDlg::COrvprintDDlg(void* pRecvBuffer, uint64_t* puiRecvSize, void* pRe
         params.Add("uiRecvSize", puiRecvSize);
     }
 
-    m_pJobOption.reset(new CJobOptionData(pRecvBuffer, *puiRecvSize, true));
+    // The request is read once. The shared block stays writable while the
+    // dialog is open; a count changed there after its check must change
+    // nothing here, so the dialog and every getter read this copy only. A
+    // size out of range is refused before any byte is read.
+    const uint64_t uiRecvSize = *puiRecvSize;
+    if (pRecvBuffer && uiRecvSize >= CJobOptionData::MIN_BUFFER_SIZE && uiRecvSize <= CJobOptionData::MAX_BUFFER_SIZE) {
+        const uint8_t* pbyRequest = static_cast<const uint8_t*>(pRecvBuffer);
+        m_vecRequest.assign(pbyRequest, pbyRequest + uiRecvSize);
+        pRecvBuffer = m_vecRequest.data();
+    }
+    m_pJobOption.reset(new CJobOptionData(pRecvBuffer, uiRecvSize, true));
     m_pJobSelected.reset(new CJobSelectedData(pRespBuffer, *puiRespSize, true));
 
     m_pJobSelected->ClearIds();

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 #include "Src/Common/include/JobOptionData.h"
 #include "Src/Common/include/JobSelectedData.h"
 #include "app/IOrvprintDDlgConfig.h"
@@ -106,6 +107,7 @@ private:
     void StopAutoCancel();
     std::wstring CancelText(uint32_t uiSeconds) const;
 
+    std::vector<uint8_t> m_vecRequest;  // the request as read once from the block
     std::unique_ptr<CJobOptionData> m_pJobOption;
     std::unique_ptr<CJobSelectedData> m_pJobSelected;
     uint64_t* m_puiRespSize;

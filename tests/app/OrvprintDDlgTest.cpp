@@ -1,5 +1,8 @@
 // The print-option dialog's content and flow, against a fake window.
 #include <array>
+#include <atomic>
+#include <climits>
+#include <thread>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -607,4 +610,93 @@ TEST_F(OrvprintDDlgTest, FailedProjectAddTellsTheUser)
     EXPECT_EQ(L"打印机名：Printer 0\r\n打印机状态：打印任务数(1)，打印任务总页数(1)\r\n最大打印页数：100",
               m_pView->m_strPrinterDetails);
     EXPECT_EQ(1u, m_pView->m_vecProjects.size());
+}
+
+// The request is read once: counts rewritten in the block after the dialog
+// checked them (a negative count, 2^31 - 1, 0) change nothing it shows or
+// answers, and nothing is read outside the request.
+class RequestReadOnceTest : public orvtest::COrvprintDDlgFixture, public testing::WithParamInterface<int32_t> {
+protected:
+    void Rewrite(int32_t iCount)
+    {
+        // The printer count at 0 and the project count behind two printers.
+        std::memcpy(m_vecRequest.data(), &iCount, 4);
+        std::memcpy(m_vecRequest.data() + 4 + 2 * sizeof(CJobOptionData::PRINTER_INFO), &iCount, 4);
+    }
+};
+
+TEST_P(RequestReadOnceTest, CountsRewrittenAfterTheCheckChangeNothing)
+{
+    m_request.Printer(u"P1", u"Printer 1").Printer(u"P2", u"Printer 2").Project(u"J1", u"Project 1");
+    Construct();
+    Rewrite(GetParam());
+    std::vector<std::wstring> vecPrinters;
+    std::vector<std::wstring> vecProjects;
+    EXPECT_EQ(1, Run([&](orvtest::CFakeOrvprintDDlgView& view) {
+        // Still changing while the lists are up.
+        Rewrite(GetParam() == 0 ? -1 : 0);
+        for (const auto& item : view.m_vecPrinters) vecPrinters.push_back(item.strText);
+        vecProjects = view.m_vecProjects;
+        view.ClickOk();
+    }));
+    EXPECT_EQ((std::vector<std::wstring>{L"Printer 1", L"Printer 2"}), vecPrinters);
+    EXPECT_EQ(std::vector<std::wstring>{L"Project 1"}, std::vector<std::wstring>(vecProjects.end() - 1, vecProjects.end()));
+    EXPECT_EQ(0, ReplyResult());
+}
+
+INSTANTIATE_TEST_SUITE_P(Counts, RequestReadOnceTest, testing::Values(-1, INT32_MIN, INT32_MAX, 0, 101),
+                         [](const testing::TestParamInfo<int32_t>& info) {
+                             return info.param < 0 ? "Negative" + std::to_string(-(int64_t)info.param)
+                                                   : "Count" + std::to_string(info.param);
+                         });
+
+// The same with a writer thread that rewrites the counts in the block all
+// the time while dialogs are built over it, as another process may: each
+// dialog either refuses what it read or shows exactly the request it read.
+TEST_F(OrvprintDDlgTest, CountsRewrittenByAnotherThreadWhileDialogsAreBuiltChangeNothing)
+{
+    m_request.Printer(u"P1", u"Printer 1").Printer(u"P2", u"Printer 2").Project(u"J1", u"Project 1");
+    m_vecRequest = m_request.Build();
+    uint8_t* pbyBlock = m_vecRequest.data();
+    const size_t uiProjectCount = 4 + 2 * sizeof(CJobOptionData::PRINTER_INFO);
+    std::atomic<bool> bStop(false);
+    std::thread writer([&]() {
+        // Pairs of printer and project counts; the first is the true one.
+        const int32_t aiCounts[][2] = {{2, 1}, {-1, 1}, {INT32_MAX, 0}, {0, INT32_MAX}, {2, -7}, {INT32_MIN, 1}};
+        for (unsigned n = 0; !bStop.load(std::memory_order_relaxed); ++n) {
+            const int32_t* piPair = aiCounts[n % 6];
+            for (size_t b = 0; b < 4; ++b) {
+                __atomic_store_n(&pbyBlock[b], static_cast<uint8_t>(static_cast<uint32_t>(piPair[0]) >> (8 * b)),
+                                 __ATOMIC_RELAXED);
+                __atomic_store_n(&pbyBlock[uiProjectCount + b],
+                                 static_cast<uint8_t>(static_cast<uint32_t>(piPair[1]) >> (8 * b)), __ATOMIC_RELAXED);
+            }
+        }
+    });
+    int iShown = 0;
+    int iRefused = 0;
+    int iWrong = 0;
+    for (int iRound = 0; iRound < 200; ++iRound) {
+        m_uiRecvSize = m_vecRequest.size();
+        m_abyReply.fill(orvtest::REPLY_FILL);
+        m_uiRespSize = m_abyReply.size();
+        try {
+            m_pDlg.reset(new COrvprintDDlg(pbyBlock, &m_uiRecvSize, m_abyReply.data(), &m_uiRespSize));
+        } catch (const CJobOptionDataException&) {
+            ++iRefused; // what was read does not fit the size
+            continue;
+        }
+        Run([&](orvtest::CFakeOrvprintDDlgView& view) {
+            if (view.m_vecPrinters.size() == 2 && view.m_vecPrinters[1].strText == L"Printer 2") {
+                ++iShown;
+            } else {
+                ++iWrong;
+            }
+            view.ClickCancel();
+        });
+    }
+    bStop = true;
+    writer.join();
+    EXPECT_EQ(0, iWrong);
+    EXPECT_EQ(200, iShown + iRefused);
 }

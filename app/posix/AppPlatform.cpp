@@ -251,26 +251,29 @@ int QuitRunningInstance(uint32_t uiTimeoutMs)
     int iFound = 0;
     int iResult = QUIT_ENDED;
     for (const Language::ProcessEntry& entry : Language::EnumProcesses()) {
-        if (static_cast<pid_t>(entry.uiProcessId) == self) {
+        const pid_t pid = static_cast<pid_t>(entry.uiProcessId);
+        if (pid == self) {
             continue;
         }
+        // The process is pinned by a pidfd before it is checked, and the
+        // signal goes through that pidfd: a process that ended meanwhile
+        // and whose id was given to another is never signalled.
+        const int iPidFd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
+        if (iPidFd < 0) {
+            continue; // gone already
+        }
         if (!Language::IsModuleLoadedInProcess(entry.uiProcessId, strSelf)) {
+            close(iPidFd);
             continue;
         }
         ++iFound;
-        const pid_t pid = static_cast<pid_t>(entry.uiProcessId);
-        const int iPidFd = static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
-        if (kill(pid, SIGTERM) != 0) {
+        if (syscall(SYS_pidfd_send_signal, iPidFd, SIGTERM, nullptr, 0) != 0) {
             const int iError = errno;
-            if (iPidFd >= 0) close(iPidFd);
+            close(iPidFd);
             if (iError != ESRCH) {
                 // Another user's instance, for one: it runs on.
                 iResult = WorseQuitResult(iResult, QUIT_NOT_ENDED);
             }
-            continue;
-        }
-        if (iPidFd < 0) {
-            iResult = WorseQuitResult(iResult, QUIT_NOT_IN_TIME);
             continue;
         }
         struct pollfd pfd = {iPidFd, POLLIN, 0};

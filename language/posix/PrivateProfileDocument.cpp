@@ -1,5 +1,6 @@
 #include "language/posix/PrivateProfileDocument.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -19,11 +20,14 @@ namespace {
 
 const char UTF8_BOM[] = "\xEF\xBB\xBF";
 
-bool ReadAll(int iFd, std::string* pstrData)
+const size_t MAX_FILE_BYTES = 1024 * 1024;
+
+// Reads to the end, or until uiLimit bytes are there.
+bool ReadAll(int iFd, std::string* pstrData, size_t uiLimit)
 {
     char achBuffer[65536];
-    for (;;) {
-        const ssize_t n = read(iFd, achBuffer, sizeof(achBuffer));
+    while (pstrData->size() < uiLimit) {
+        const ssize_t n = read(iFd, achBuffer, std::min(sizeof(achBuffer), uiLimit - pstrData->size()));
         if (n < 0) {
             if (errno == EINTR) {
                 continue;
@@ -35,6 +39,7 @@ bool ReadAll(int iFd, std::string* pstrData)
         }
         pstrData->append(achBuffer, static_cast<size_t>(n));
     }
+    return true;
 }
 
 // One ERROR line for a refused file, not one for every value read from it
@@ -186,13 +191,19 @@ CPrivateProfileDocument::ELoadResult CPrivateProfileDocument::Load(const std::st
         }
         return LOAD_FAILED;
     }
-    ForgetRefusal(strPath);
+    // A settings file is small: a larger one (or one that grows while it
+    // is read) is refused rather than read without bound.
     std::string strData;
-    const bool bRead = ReadAll(iFd, &strData);
+    const bool bRead = ReadAll(iFd, &strData, MAX_FILE_BYTES + 1);
     close(iFd);
     if (!bRead) {
         return LOAD_FAILED;
     }
+    if (strData.size() > MAX_FILE_BYTES) {
+        ReportRefusal(strPath, "it is larger than 1 MiB.");
+        return LOAD_FAILED;
+    }
+    ForgetRefusal(strPath);
     m_bExists = true;
 
     size_t uiPos = 0;

@@ -215,6 +215,29 @@ INSTANTIATE_TEST_SUITE_P(Planted, PlantedProfileTest,
                              }
                          });
 
+// A settings file larger than 1 MiB is refused with one ERROR line and read
+// as no file; one of exactly 1 MiB is read.
+TEST_F(PrivateProfilePosixTest, FileLargerThanOneMebibyteIsRefused)
+{
+    orvtest::LogCapture capture;
+    FunctionTraceScope scope(ORV_LOG_MODULE, "PrivateProfilePosixTest", "Read");
+    const std::string strHead = "[S]\nA=1\n;";
+    Put(strHead + std::string(1024 * 1024 - strHead.size() - 1, 'x') + "\n");
+    wchar_t szBuffer[8];
+    EXPECT_EQ(1u, PrivateProfileGetString(L"S", L"A", L"D", szBuffer, 8, Path().c_str()));
+    EXPECT_EQ(std::wstring(L"1"), szBuffer);
+    Put(strHead + std::string(1024 * 1024 - strHead.size(), 'x') + "\n");
+    EXPECT_EQ(1u, PrivateProfileGetString(L"S", L"A", L"D", szBuffer, 8, Path().c_str()));
+    EXPECT_EQ(std::wstring(L"D"), szBuffer);
+    EXPECT_EQ(0, Write(L"S", L"A", L"2"));
+    EXPECT_EQ(1024u * 1024 + 1, Content().size());
+    if (!capture.Available()) {
+        GTEST_SKIP() << "the log facade is disabled in this build: the ERROR line cannot be read";
+    }
+    EXPECT_EQ(1, capture.Count("ERROR - ")) << capture.Text().substr(0, 2000);
+    EXPECT_EQ(1, capture.Count(") : Refused " + m_tmp.File("Config.ini") + ": it is larger than 1 MiB."));
+}
+
 // A new file never takes execute, set-user-ID, set-group-ID or sticky
 // bits from the file it replaces.
 TEST_F(PrivateProfilePosixTest, ReplacementNeverCarriesSpecialOrExecuteBits)

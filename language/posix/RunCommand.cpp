@@ -1,6 +1,7 @@
 #include "language/CommandLine.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <system_error>
 #include <spawn.h>
@@ -85,8 +86,37 @@ void RunCommand(const std::wstring& strCommandLine)
     }
     ppArgs[uiCount] = nullptr;
 
+    // The program gets standard input, output and error only: descriptors
+    // that libraries of this process opened without close-on-exec (log4cpp's
+    // log files, for one) would otherwise stay open in it for as long as it
+    // runs. And it starts with no signal blocked and the quit signals at
+    // their default action, whatever this process did with them.
+    posix_spawn_file_actions_t actions;
+    if (posix_spawn_file_actions_init(&actions) != 0) {
+        throw CrtException("posix_spawn_file_actions_init");
+    }
+    scope_guard guardActions(boost::bind(posix_spawn_file_actions_destroy, &actions));
+    posix_spawnattr_t attributes;
+    if (posix_spawnattr_init(&attributes) != 0) {
+        throw CrtException("posix_spawnattr_init");
+    }
+    scope_guard guardAttributes(boost::bind(posix_spawnattr_destroy, &attributes));
+    sigset_t setEmpty;
+    sigemptyset(&setEmpty);
+    sigset_t setDefault;
+    sigemptyset(&setDefault);
+    for (int iSignal : {SIGTERM, SIGINT, SIGHUP, SIGPIPE}) {
+        sigaddset(&setDefault, iSignal);
+    }
+    if (posix_spawn_file_actions_addclosefrom_np(&actions, 3) != 0 ||
+        posix_spawnattr_setsigmask(&attributes, &setEmpty) != 0 ||
+        posix_spawnattr_setsigdefault(&attributes, &setDefault) != 0 ||
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF) != 0) {
+        throw CrtException("posix_spawn");
+    }
+
     pid_t pid = 0;
-    if (posix_spawn(&pid, strProgramFile.c_str(), nullptr, nullptr, ppArgs, environ) == 0) {
+    if (posix_spawn(&pid, strProgramFile.c_str(), &actions, &attributes, ppArgs, environ) == 0) {
         ReapWhenDone(pid);
     }
 }

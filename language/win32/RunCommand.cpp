@@ -1,13 +1,10 @@
 #include "language/CommandLine.h"
 
-#include <cstdlib>
 #include <io.h>
-#include <process.h>
-#include <boost/bind/bind.hpp>
-#include "language/CrtException.h"
+#include <vector>
+#include <windows.h>
 #include "language/FileNotFoundException.h"
 #include "language/InvalidDataException.h"
-#include "language/scope_guard.h"
 
 namespace Language {
 
@@ -29,20 +26,28 @@ void RunCommand(const std::wstring& strCommandLine)
         throw FileNotFoundException(strProgram);
     }
 
-    wchar_t** ppArgs = static_cast<wchar_t**>(std::malloc((uiCount + 1) * sizeof(wchar_t*)));
-    if (!ppArgs) {
-        throw CrtException("malloc");
-    }
-    scope_guard guardArgs(boost::bind(std::free, static_cast<void*>(ppArgs)));
-
-    // The runtime library joins the arguments with blanks into the new
-    // process's command line: the quotes of quoted parts keep them together.
+    // The command line as the runtime library's spawn builds it: the parts
+    // joined with blanks (the quotes of quoted parts keep them together).
+    std::wstring strCommand;
     for (size_t i = 0; i < uiCount; ++i) {
-        ppArgs[i] = const_cast<wchar_t*>(vecParts[i].c_str());
+        if (i > 0) {
+            strCommand += L' ';
+        }
+        strCommand += vecParts[i];
     }
-    ppArgs[uiCount] = nullptr;
+    std::vector<wchar_t> vecCommand(strCommand.begin(), strCommand.end());
+    vecCommand.push_back(L'\0');
 
-    _wspawnv(_P_NOWAIT, strProgram.c_str(), ppArgs);
+    // Started without inheriting any handle of this process: the log files
+    // and the channel's objects stay this process's own.
+    STARTUPINFOW si = {};
+    si.cb = sizeof(si);
+    PROCESS_INFORMATION pi = {};
+    if (CreateProcessW(strProgram.c_str(), vecCommand.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
+                       &pi)) {
+        CloseHandle(pi.hThread);
+        CloseHandle(pi.hProcess);
+    }
 }
 
 } // namespace Language

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 #include <chrono>
@@ -218,6 +220,30 @@ TEST_F(EndToEndTest, LauncherKeepsTheClientToolRunning)
         },
         std::chrono::seconds(15)));
     other->Kill();
+}
+
+// The client tool that OrvprintD starts holds standard input, output and
+// error only: none of OrvprintD's log files or pipes, and no blocked signal.
+TEST_F(EndToEndTest, ClientToolHoldsNothingOfOrvprintD)
+{
+    ASSERT_NO_FATAL_FAILURE(StartServing());
+    std::vector<pid_t> vecTools;
+    ASSERT_TRUE(WaitFor([&vecTools] { return !(vecTools = ProcessesOf(BinPath("OrvClientTool"))).empty(); }));
+    ASSERT_EQ(1u, vecTools.size());
+    const std::string strProc = "/proc/" + std::to_string(vecTools[0]);
+    std::vector<std::string> vecFds;
+    for (const auto& entry : std::filesystem::directory_iterator(strProc + "/fd")) {
+        vecFds.push_back(entry.path().filename().string() + " -> " +
+                         std::filesystem::read_symlink(entry.path()).string());
+    }
+    std::sort(vecFds.begin(), vecFds.end());
+    ASSERT_EQ(3u, vecFds.size()) << ::testing::PrintToString(vecFds);
+    for (size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(std::to_string(i) + " -> ", vecFds[i].substr(0, 5));
+        EXPECT_EQ(std::string::npos, vecFds[i].find(".log")) << vecFds[i];
+    }
+    const std::string strStatus = orvtest::ReadWholeFile(strProc + "/status");
+    EXPECT_NE(std::string::npos, strStatus.find("SigBlk:\t0000000000000000\n")) << strStatus;
 }
 
 TEST_F(EndToEndTest, QuitEndsInOrder)

@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <cstring>
+#include <thread>
+#include <vector>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -7,6 +10,8 @@
 #include "tests/Src/PrintingService/Common/Include/QueueTestSupport.h"
 #include "tests/tools/ToolProcess.h"
 #include "utility/NamedEvent.h"
+#include "utility/NamedMutex.h"
+#include "utility/SharedBlock.h"
 
 namespace {
 
@@ -190,5 +195,147 @@ TEST_F(OrvprintSendTest, HelpDocumentsTheFormat)
     EXPECT_NE(std::string::npos, m_strOut.find("usage: orvprint-send"));
     EXPECT_NE(std::string::npos, m_strOut.find("\"maxPagesPerJob\": 200"));
     EXPECT_NE(std::string::npos, m_strOut.find("Exit codes: 0 answered, 1 bad command line, 2 no receiver"));
+    EXPECT_EQ("", m_strErr);
+}
+
+namespace {
+
+// A receiver inside the test that answers one request with exactly the
+// bytes it is given: response length, the 44-byte response area and the
+// result code, written straight into the shared block as a faulty or
+// hostile receiver might.
+class RawReceiver {
+public:
+    RawReceiver(const std::string& strBase, uint64_t uiLength, const std::vector<uint8_t>& vecResponse,
+                uint32_t uiResultCode)
+        : m_strBase(orvtest::Wide(strBase))
+    {
+        using namespace OrvUtility;
+        m_hExistence.h = CreateNamedMutex(CMsgQueueLayout::ExistenceMutexName(m_strBase).c_str(), true,
+                                          EVERYONE_MUTEX_ALL_ACCESS);
+        m_hBlock.h = CreateSharedBlock(CMsgQueueLayout::BlockName(m_strBase), orvtest::BLOCK_SIZE,
+                                       EVERYONE_FILE_MAP_ALL_ACCESS);
+        m_hSend.h = CreateNamedEvent(CMsgQueueLayout::SendEventName(m_strBase).c_str(), EVERYONE_EVENT_ALL_ACCESS);
+        m_hResponse.h =
+            CreateNamedEvent(CMsgQueueLayout::ResponseEventName(m_strBase).c_str(), EVERYONE_EVENT_ALL_ACCESS);
+        m_pbyBlock = m_hBlock.h ? MapSharedBlock(m_hBlock.h, orvtest::BLOCK_SIZE) : nullptr;
+        m_bReady = m_hExistence.h && m_pbyBlock && m_hSend.h && m_hResponse.h;
+        if (!m_bReady) {
+            return;
+        }
+        m_thread = std::thread([this, uiLength, vecResponse, uiResultCode]() {
+            const CMsgQueueLayout layout(orvtest::R, orvtest::S);
+            if (WaitForNamedEvent(m_hSend.h, orvtest::GENEROUS_MS) != NAMED_WAIT_OBJECT_0) {
+                return;
+            }
+            orvtest::WriteU64(m_pbyBlock + layout.ResponseLengthOffset(), uiLength);
+            std::memcpy(m_pbyBlock + layout.ResponseOffset(), vecResponse.data(), vecResponse.size());
+            std::memcpy(m_pbyBlock + layout.ResultCodeOffset(), &uiResultCode, sizeof(uiResultCode));
+            SetNamedEvent(m_hResponse.h);
+        });
+    }
+    ~RawReceiver()
+    {
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+        if (m_pbyBlock) {
+            OrvUtility::UnmapSharedBlock(m_pbyBlock);
+        }
+        if (m_hExistence.h) {
+            OrvUtility::ReleaseNamedMutex(m_hExistence.h);
+        }
+    }
+    RawReceiver(const RawReceiver&) = delete;
+    RawReceiver& operator=(const RawReceiver&) = delete;
+    bool Ready() const { return m_bReady; }
+
+private:
+    std::wstring m_strBase;
+    orvtest::Handle m_hExistence;
+    orvtest::Handle m_hBlock;
+    orvtest::Handle m_hSend;
+    orvtest::Handle m_hResponse;
+    uint8_t* m_pbyBlock = nullptr;
+    bool m_bReady = false;
+    std::thread m_thread;
+};
+
+// The 44-byte answer area: result, then two id fields of 20 bytes.
+std::vector<uint8_t> Answer(int32_t iResult, const std::u16string& strPrinter, const std::u16string& strProject)
+{
+    std::vector<uint8_t> vecAnswer(44, 0);
+    std::memcpy(vecAnswer.data(), &iResult, 4);
+    std::memcpy(vecAnswer.data() + 4, strPrinter.data(), std::min<size_t>(strPrinter.size(), 10) * 2);
+    std::memcpy(vecAnswer.data() + 24, strProject.data(), std::min<size_t>(strProject.size(), 10) * 2);
+    return vecAnswer;
+}
+
+struct MalformedCase {
+    const char* szName;
+    uint64_t uiLength;
+    std::vector<uint8_t> vecAnswer;
+    uint32_t uiResultCode;
+    const char* szJson;
+    const char* szError;
+};
+
+} // namespace
+
+TEST_F(OrvprintSendTest, MalformedAnswersExitSixNamingWhatWasWrong)
+{
+    const std::vector<MalformedCase> vecCases = {
+        {"length", 40, Answer(0, u"P1", u"J1"), 0,
+         "{\"resultCode\":0,\"responseLength\":40,\"result\":0,\"printerId\":\"P1\",\"projectId\":null}\n",
+         "orvprint-send: malformed answer: responseLength 40, not 44\n"},
+        {"result", 44, Answer(7, u"P1", u"J1"), 0,
+         "{\"resultCode\":0,\"responseLength\":44,\"result\":7,\"printerId\":\"P1\",\"projectId\":\"J1\"}\n",
+         "orvprint-send: malformed answer: result 7, neither 0 (OK) nor 1 (cancelled)\n"},
+        {"printer id", 44, Answer(0, u"ABCDEFGHIJ", u"J1"), 0,
+         "{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"ABCDEFGHIJ\",\"projectId\":\"J1\"}\n",
+         "orvprint-send: malformed answer: printerId has no terminator within its 20 bytes (more than 9 "
+         "characters)\n"},
+        {"project id", 44, Answer(1, u"", u"0123456789"), 0,
+         "{\"resultCode\":0,\"responseLength\":44,\"result\":1,\"printerId\":\"\",\"projectId\":\"0123456789\"}\n",
+         "orvprint-send: malformed answer: projectId has no terminator within its 20 bytes (more than 9 "
+         "characters)\n"},
+        {"result code", 44, Answer(0, u"P1", u"J1"), 7,
+         "{\"resultCode\":7,\"responseLength\":44,\"result\":0,\"printerId\":\"P1\",\"projectId\":\"J1\"}\n",
+         "orvprint-send: malformed answer: unknown resultCode 7 (known: 0 served, 6 quitting)\n"},
+        {"everything", (1ull << 63) + 5, Answer(7, u"ABCDEFGHIJ", u"KLMNOPQRST"), 0,
+         "{\"resultCode\":0,\"responseLength\":9223372036854775813,\"result\":7,\"printerId\":\"ABCDEFGHIJ\","
+         "\"projectId\":\"KLMNOPQRST\"}\n",
+         "orvprint-send: malformed answer: responseLength 9223372036854775813, not 44; result 7, neither 0 (OK) "
+         "nor 1 (cancelled); printerId has no terminator within its 20 bytes (more than 9 characters); projectId "
+         "has no terminator within its 20 bytes (more than 9 characters)\n"},
+    };
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    for (const MalformedCase& c : vecCases) {
+        SCOPED_TRACE(c.szName);
+        const std::string strBase = m_strBase + "_" + std::to_string(&c - vecCases.data());
+        RawReceiver receiver(strBase, c.uiLength, c.vecAnswer, c.uiResultCode);
+        ASSERT_TRUE(receiver.Ready());
+        EXPECT_EQ(6, Run({"--name", strBase, "--timeout", "30", strFile}));
+        EXPECT_EQ(c.szJson, m_strOut);
+        EXPECT_EQ(c.szError, m_strErr);
+    }
+}
+
+TEST_F(OrvprintSendTest, WellFormedAnswersOfARawReceiverExitZero)
+{
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    {
+        RawReceiver receiver(m_strBase, 44, Answer(0, u"123456789", u""), 0);
+        ASSERT_TRUE(receiver.Ready());
+        EXPECT_EQ(0, Send({strFile}));
+        EXPECT_EQ("{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"123456789\",\"projectId\":\"\"}\n",
+                  m_strOut);
+        EXPECT_EQ("", m_strErr);
+    }
+    const std::string strQuitting = m_strBase + "_q";
+    RawReceiver receiver(strQuitting, 0, std::vector<uint8_t>(44, 0xEE), 6);
+    ASSERT_TRUE(receiver.Ready());
+    EXPECT_EQ(0, Run({"--name", strQuitting, strFile}));
+    EXPECT_EQ("{\"resultCode\":6,\"responseLength\":0,\"result\":null,\"printerId\":null,\"projectId\":null}\n", m_strOut);
     EXPECT_EQ("", m_strErr);
 }

@@ -30,6 +30,13 @@ const char HELP[] =
     "the chosen ids (empty when none). Fields the answer is too short for, and\n"
     "all but the first two with resultCode 6, are null.\n"
     "\n"
+    "A malformed answer (a resultCode other than 0 and 6; with resultCode 0, a\n"
+    "responseLength other than 44, a result other than 0 and 1, or an id that\n"
+    "has no terminator within its 20 bytes, that is more than 9 characters)\n"
+    "exits 6 with one line on standard error naming what was wrong. The JSON\n"
+    "still shows the raw values: an id as its characters up to the terminator\n"
+    "or the field's end.\n"
+    "\n"
     "Options:\n"
     "  --raw FILE         send the file's bytes unchanged as the request\n"
     "  --timeout SECONDS  give up after this long (default: wait for ever)\n"
@@ -37,7 +44,8 @@ const char HELP[] =
     "  --help             this text\n"
     "\n"
     "Exit codes: 0 answered, 1 bad command line, 2 no receiver (or it went away\n"
-    "without answering), 3 timed out, 4 bad input file, 5 platform failure.\n"
+    "without answering), 3 timed out, 4 bad input file, 5 platform failure,\n"
+    "6 malformed answer.\n"
     "\n";
 
 std::string Utf8(const std::wstring& strText)
@@ -61,42 +69,94 @@ bool ParseTimeout(const std::wstring& strText, uint32_t& uiMilliseconds)
     return true;
 }
 
-std::u16string IdAt(const std::vector<uint8_t>& vecResponse, size_t uiOffset)
+// Characters of an id field (10 UTF-16 units: at most 9 and a terminator).
+const size_t ID_UNITS = 10;
+
+// The id at a response offset: its characters up to the terminator or the
+// field's end. *pbTerminated tells whether a terminator came.
+std::u16string IdAt(const std::vector<uint8_t>& vecResponse, size_t uiOffset, bool* pbTerminated = nullptr)
 {
     std::u16string strId;
-    for (size_t i = 0; i < 10; ++i) {
+    bool bTerminated = false;
+    for (size_t i = 0; i < ID_UNITS; ++i) {
         char16_t ch = 0;
         std::memcpy(&ch, vecResponse.data() + uiOffset + 2 * i, sizeof(ch));
         if (!ch) {
+            bTerminated = true;
             break;
         }
         strId += ch;
+    }
+    if (pbTerminated) {
+        *pbTerminated = bTerminated;
     }
     return strId;
 }
 
 } // namespace
 
+std::string CheckAnswer(const OrvUtility::CMsgQueueSender::REPLY& stuReply)
+{
+    using OrvUtility::CMsgQueueLayout;
+    if (stuReply.uiResultCode == CMsgQueueLayout::RESULT_QUITTING) {
+        return std::string();
+    }
+    if (stuReply.uiResultCode != CMsgQueueLayout::RESULT_SERVED) {
+        return "unknown resultCode " + std::to_string(stuReply.uiResultCode) + " (known: 0 served, 6 quitting)";
+    }
+    std::string strProblems;
+    const auto add = [&strProblems](const std::string& strProblem) {
+        strProblems += (strProblems.empty() ? "" : "; ") + strProblem;
+    };
+    if (stuReply.uiResponseLength != CMsgQueueLayout::JOB_RESPONSE_CAPACITY) {
+        add("responseLength " + std::to_string(stuReply.uiResponseLength) + ", not 44");
+    }
+    const std::vector<uint8_t>& vecResponse = stuReply.vecResponse;
+    if (vecResponse.size() >= 4) {
+        int32_t iResult = 0;
+        std::memcpy(&iResult, vecResponse.data(), sizeof(iResult));
+        if (iResult != 0 && iResult != 1) {
+            add("result " + std::to_string(iResult) + ", neither 0 (OK) nor 1 (cancelled)");
+        }
+    }
+    const struct {
+        size_t uiOffset;
+        const char* szName;
+    } aIds[] = {{4, "printerId"}, {24, "projectId"}};
+    for (const auto& id : aIds) {
+        bool bTerminated = true;
+        if (vecResponse.size() >= id.uiOffset + 2 * ID_UNITS) {
+            IdAt(vecResponse, id.uiOffset, &bTerminated);
+        }
+        if (!bTerminated) {
+            add(std::string(id.szName) + " has no terminator within its 20 bytes (more than 9 characters)");
+        }
+    }
+    return strProblems;
+}
+
 std::string FormatAnswer(const OrvUtility::CMsgQueueSender::REPLY& stuReply)
 {
     nlohmann::ordered_json jAnswer;
     jAnswer["resultCode"] = stuReply.uiResultCode;
     jAnswer["responseLength"] = stuReply.uiResponseLength;
-    const bool bServed = stuReply.uiResultCode == OrvUtility::CMsgQueueLayout::RESULT_SERVED;
+    // The fields of an answer that was served, and the raw ones of any
+    // other but a quitting receiver's.
+    const bool bHasFields = stuReply.uiResultCode != OrvUtility::CMsgQueueLayout::RESULT_QUITTING;
     const std::vector<uint8_t>& vecResponse = stuReply.vecResponse;
     jAnswer["result"] = nullptr;
     jAnswer["printerId"] = nullptr;
     jAnswer["projectId"] = nullptr;
-    if (bServed && vecResponse.size() >= 4) {
+    if (bHasFields && vecResponse.size() >= 4) {
         int32_t iResult = 0;
         std::memcpy(&iResult, vecResponse.data(), sizeof(iResult));
         jAnswer["result"] = iResult;
     }
-    if (bServed && vecResponse.size() >= 24) {
+    if (bHasFields && vecResponse.size() >= 24) {
         const std::u16string strId = IdAt(vecResponse, 4);
         jAnswer["printerId"] = Utf8(Language::WideFromUtf16(strId.c_str(), strId.size()));
     }
-    if (bServed && vecResponse.size() >= 44) {
+    if (bHasFields && vecResponse.size() >= 44) {
         const std::u16string strId = IdAt(vecResponse, 24);
         jAnswer["projectId"] = Utf8(Language::WideFromUtf16(strId.c_str(), strId.size()));
     }
@@ -174,9 +234,15 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
     OrvUtility::CMsgQueueSender::REPLY stuReply;
     switch (sender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeoutMs,
                         stuReply)) {
-    case OrvUtility::CMsgQueueSender::SEND_ANSWERED:
+    case OrvUtility::CMsgQueueSender::SEND_ANSWERED: {
         strOut += FormatAnswer(stuReply);
+        const std::string strProblems = CheckAnswer(stuReply);
+        if (!strProblems.empty()) {
+            strErr += "orvprint-send: malformed answer: " + strProblems + "\n";
+            return EXIT_MALFORMED_ANSWER;
+        }
         return EXIT_ANSWERED;
+    }
     case OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER:
         strErr += "orvprint-send: no receiver on " + Utf8(strBase) + " (or it went away without answering)\n";
         return EXIT_NO_RECEIVER;

@@ -116,7 +116,7 @@ TEST(DisabledFacade, ErrnoIsKeptByEveryCall)
 TEST(DisabledFacade, LogCaptureIsAvailableOnlyWithTheLog4cppBackend)
 {
     orvtest::LogCapture cap;
-    EXPECT_EQ(ORV_LOGGING_BACKEND != 0, cap.Available());
+    EXPECT_EQ(ORV_LOGGING_BACKEND != 0, cap.IsBackendPresent());
 }
 
 TEST(DisabledFacade, ParameterCaptureIsSkippedWhenFatalIsDisabled)

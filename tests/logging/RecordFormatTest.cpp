@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include "logging/RecordFormat.h"
 #include "logging/ValueText.h"
-#include "tests/logging/RecordFormatExpectations.h"
+#include "support/RecordTextLocale.h"
 
 namespace {
 
@@ -132,8 +132,7 @@ TEST(RecordFormatTest, WideTextInTheCLocale)
 // names convert from the first record on, in the platform's code page.
 TEST(RecordFormatTest, StartUpLocaleConvertsChineseNames)
 {
-    ScopedCLocale restore;
-    paramtrace::SetRecordTextLocale();
+    orvtest::ScopedRecordTextLocale locale;
     EXPECT_EQ(std::string("Selected printer : ") + orvtest::kPrinterANarrow + ", selected project : " +
                   orvtest::kProject1Narrow,
               Format(kRecord, "Selected printer : %S, selected project : %S", L"打印机A", L"项目1"));
@@ -142,8 +141,7 @@ TEST(RecordFormatTest, StartUpLocaleConvertsChineseNames)
 // Cut inside Chinese text: only whole characters of the code page.
 TEST(RecordFormatTest, ChineseTextIsCutAtAWholeCharacter)
 {
-    ScopedCLocale restore;
-    paramtrace::SetRecordTextLocale();
+    orvtest::ScopedRecordTextLocale locale;
     const std::wstring strName(400, L'项');
     const std::string strRecord = Format(kRecord, "%S", strName.c_str());
     const size_t uiChar = std::strlen(orvtest::kXiangNarrow);

@@ -10,4 +10,8 @@ namespace orvtest {
 // further line.
 std::vector<std::string> SplitLines(const std::string& strText);
 
+// The line end of log files on this platform: "\r\n" on Windows, "\n" on
+// Linux.
+extern const char* const LOG_LINE_END;
+
 } // namespace orvtest

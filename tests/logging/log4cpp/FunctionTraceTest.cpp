@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 #include <gtest/gtest.h>
+#include "support/TextLines.h"
 #include "BackendLog.h"
 #include "logging/FunctionParameters.h"
 #include "logging/FunctionTrace.h"
@@ -61,8 +62,11 @@ TEST(FunctionTrace, BeginAndEndLinesAtPriorityZeroAboveAnErrorThreshold)
         "",
     };
     EXPECT_EQ(expected, log.Lines());
-    EXPECT_EQ("OrvprintD_exe|FATAL|" + p + "OrvprintD_exe__CPopupThread::Run :START......\n" +
-                  "OrvprintD_exe|FATAL|" + p + "OrvprintD_exe__CPopupThread::Run :End  ......\n\n",
+    // Two lines and an empty one, with the platform's line ends (Windows log
+    // files end lines with CR LF).
+    const std::string strEnd = orvtest::LOG_LINE_END;
+    EXPECT_EQ("OrvprintD_exe|FATAL|" + p + "OrvprintD_exe__CPopupThread::Run :START......" + strEnd +
+                  "OrvprintD_exe|FATAL|" + p + "OrvprintD_exe__CPopupThread::Run :End  ......" + strEnd + strEnd,
               log.Text());
 }
 

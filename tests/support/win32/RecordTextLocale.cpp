@@ -1,4 +1,4 @@
-#include "tests/logging/RecordFormatExpectations.h"
+#include "support/RecordTextLocale.h"
 
 // Code page 936 (GBK), the "chs" locale's.
 namespace orvtest {

@@ -1,4 +1,4 @@
-#include "tests/logging/RecordFormatExpectations.h"
+#include "support/RecordTextLocale.h"
 
 // UTF-8.
 namespace orvtest {

@@ -1,0 +1,7 @@
+#include "support/TextLines.h"
+
+namespace orvtest {
+
+const char* const LOG_LINE_END = "\n";
+
+} // namespace orvtest

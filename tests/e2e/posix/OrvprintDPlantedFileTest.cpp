@@ -11,12 +11,13 @@
 #include <unistd.h>
 
 #include "EndToEndFixture.h"
+#include "support/posix/PlantedFile.h"
 
 namespace {
 
 using namespace orvtest::e2e;
 
-enum class Planted { SymbolicLink, HardLink, Fifo, Folder };
+using orvtest::Planted;
 enum class Target { ConfigIni, LogFile };
 
 const char* const VICTIM = "#!/bin/sh\n[Setting]\nDefaultPrinter=Old\necho harmless\n";
@@ -28,9 +29,8 @@ struct PlantedCase {
 
 std::string CaseName(const testing::TestParamInfo<PlantedCase>& info)
 {
-    static const char* const s_aszPlanted[] = {"SymbolicLink", "HardLink", "Fifo", "Folder"};
     return std::string(info.param.eTarget == Target::ConfigIni ? "ConfigIni" : "LogFile") +
-           s_aszPlanted[static_cast<int>(info.param.ePlanted)];
+           orvtest::PlantedName(info.param.ePlanted);
 }
 
 class PlantedFileTest : public EndToEndTest, public testing::WithParamInterface<PlantedCase> {
@@ -55,24 +55,8 @@ protected:
         m_strVictim = m_outside.WriteFile("victim.sh", VICTIM);
         m_strPlanted = m_tmp.File(GetParam().eTarget == Target::ConfigIni ? "temp/Config.ini" : "log/OrvprintD.log");
         unlink(m_strPlanted.c_str());
-        switch (GetParam().ePlanted) {
-        case Planted::SymbolicLink:
-            ASSERT_EQ(0, symlink(m_strVictim.c_str(), m_strPlanted.c_str()));
-            m_strReason = "it is a symbolic link.";
-            break;
-        case Planted::HardLink:
-            ASSERT_EQ(0, link(m_strVictim.c_str(), m_strPlanted.c_str()));
-            m_strReason = "it has more than one hard link.";
-            break;
-        case Planted::Fifo:
-            ASSERT_EQ(0, mkfifo(m_strPlanted.c_str(), 0666));
-            m_strReason = "it is not a regular file.";
-            break;
-        case Planted::Folder:
-            ASSERT_EQ(0, mkdir(m_strPlanted.c_str(), 0777));
-            m_strReason = "it is not a regular file.";
-            break;
-        }
+        m_strReason = orvtest::Plant(GetParam().ePlanted, m_strPlanted, m_strVictim);
+        ASSERT_NE("", m_strReason);
     }
 
     std::string SafeLog() const { return m_tmp.ReadFile("safe/OrvprintD.log"); }

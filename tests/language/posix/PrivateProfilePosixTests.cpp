@@ -10,6 +10,7 @@
 #include "logging/LogMacros.h"
 #include "support/LogCapture.h"
 #include "support/TempFolder.h"
+#include "support/posix/PlantedFile.h"
 
 // The Linux private-profile functions: the bytes they leave in the file.
 
@@ -139,32 +140,15 @@ TEST_F(PrivateProfilePosixTest, ReplacesFileAsAWhole)
 // What another user can plant in a folder that everybody may write, in
 // place of Config.ini: it is refused, read as no file, never written
 // through, and the victim outside the folder keeps every byte.
-enum class Planted { SymbolicLink, HardLink, Fifo, Folder };
+using orvtest::Planted;
 
 class PlantedProfileTest : public testing::TestWithParam<Planted> {
 protected:
     void SetUp() override
     {
         m_strVictim = m_outside.WriteFile("victim.sh", VICTIM);
-        const std::string strPlanted = m_shared.File("Config.ini");
-        switch (GetParam()) {
-        case Planted::SymbolicLink:
-            ASSERT_EQ(0, symlink(m_strVictim.c_str(), strPlanted.c_str()));
-            m_strReason = "it is a symbolic link.";
-            break;
-        case Planted::HardLink:
-            ASSERT_EQ(0, link(m_strVictim.c_str(), strPlanted.c_str()));
-            m_strReason = "it has more than one hard link.";
-            break;
-        case Planted::Fifo:
-            ASSERT_EQ(0, mkfifo(strPlanted.c_str(), 0666));
-            m_strReason = "it is not a regular file.";
-            break;
-        case Planted::Folder:
-            ASSERT_EQ(0, mkdir(strPlanted.c_str(), 0777));
-            m_strReason = "it is not a regular file.";
-            break;
-        }
+        m_strReason = orvtest::Plant(GetParam(), m_shared.File("Config.ini"), m_strVictim);
+        ASSERT_NE("", m_strReason);
     }
 
     std::wstring Path() const { return Language::WideFromUtf8(m_shared.File("Config.ini")); }
@@ -206,14 +190,7 @@ TEST_P(PlantedProfileTest, ReadGivesTheDefaultAndNothingOfTheVictim)
 
 INSTANTIATE_TEST_SUITE_P(Planted, PlantedProfileTest,
                          testing::Values(Planted::SymbolicLink, Planted::HardLink, Planted::Fifo, Planted::Folder),
-                         [](const testing::TestParamInfo<Planted>& info) {
-                             switch (info.param) {
-                             case Planted::SymbolicLink: return std::string("SymbolicLink");
-                             case Planted::HardLink: return std::string("HardLink");
-                             case Planted::Fifo: return std::string("Fifo");
-                             default: return std::string("Folder");
-                             }
-                         });
+                         [](const testing::TestParamInfo<Planted>& info) { return orvtest::PlantedName(info.param); });
 
 // A settings file larger than 1 MiB is refused with one ERROR line and read
 // as no file; one of exactly 1 MiB is read.

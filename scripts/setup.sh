@@ -4,7 +4,7 @@
 set -euo pipefail
 
 PACKAGES=(
-  build-essential cmake ninja-build pkg-config
+  build-essential cmake ninja-build pkg-config ccache
   liblog4cpp5-dev libboost-dev nlohmann-json3-dev
   qt6-base-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev

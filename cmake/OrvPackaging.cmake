@@ -14,7 +14,8 @@
 #   /etc/orv-soft/LogConfig.conf              logging (conffile)
 #   /etc/xdg/autostart/OrvprintD.desktop      start at log-on (conffile)
 #   /usr/share/doc/orvprintd/                 copyright, changelog
-# The maintainer scripts make TempDir and LogDir under /var/lib and /var/log.
+# The maintainer scripts make TempDir (root's, with the machine's Config.ini)
+# and DataDir under /var/lib.
 
 # Programs are built by the build; installing builds nothing more.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY TRUE)
@@ -39,10 +40,12 @@ set(ORV_LINUX_INSTALL_DIR lib/orv-soft/client)
 set(ORV_LINUX_STAGE ${CMAKE_BINARY_DIR}/packaging)
 file(MAKE_DIRECTORY ${ORV_LINUX_STAGE})
 
-# LogConfig.conf: the sample, with one log file per user in LogDir.
+# LogConfig.conf: the sample, with each user's log in that user's own state
+# folder (~/.local/state/orv-soft/log; OrvprintD gives XDG_STATE_HOME its
+# standard value when the session has none).
 file(READ ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf orv_log_config)
 string(REGEX REPLACE "\nlog4cpp\\.appender\\.orvFile\\.fileName=[^\n]*"
-       "\nlog4cpp.appender.orvFile.fileName=/var/log/orv-soft/client/OrvprintD-\${USER}.log"
+       "\nlog4cpp.appender.orvFile.fileName=\${XDG_STATE_HOME}/orv-soft/log/OrvprintD.log"
        orv_log_config "${orv_log_config}")
 file(WRITE ${ORV_LINUX_STAGE}/LogConfig.conf.new "${orv_log_config}")
 configure_file(${ORV_LINUX_STAGE}/LogConfig.conf.new ${ORV_LINUX_STAGE}/LogConfig.conf COPYONLY)

@@ -38,11 +38,12 @@ int32_t ReadBool(const wchar_t* szSection, const wchar_t* szKey, int32_t iDefaul
     return static_cast<int32_t>(Language::PrivateProfileGetInt(szSection, szKey, iDefault, strPath.c_str()));
 }
 
-std::wstring ReadString(const wchar_t* szSection, const wchar_t* szKey, const std::wstring& strPath)
+std::wstring ReadString(const wchar_t* szSection, const wchar_t* szKey, const std::wstring& strPath,
+                        const std::wstring& strDefault = std::wstring())
 {
     wchar_t szValue[VALUE_CHARS];
     szValue[0] = L'\0';
-    Language::PrivateProfileGetString(szSection, szKey, L"", szValue, VALUE_CHARS, strPath.c_str());
+    Language::PrivateProfileGetString(szSection, szKey, strDefault.c_str(), szValue, VALUE_CHARS, strPath.c_str());
     return szValue;
 }
 
@@ -85,12 +86,28 @@ uint32_t ReadClientSetting(CLIENT_SETTING& setting)
 
     // Readers exclude each other and every other holder of the file's lock.
     // The wait's result does not matter: reading goes on in any case.
-    CScopeFileLock lock(strPath.c_str());
-    setting.bDisplayProjectSelection = ReadBool(SECTION_SETTING, L"DisplayProjectSelection", 1, strPath);
-    setting.bCanSelectNoPrinter = ReadBool(SECTION_SETTING, L"CanSelectNoPrinter", 0, strPath);
-    setting.bCanSelectNoProject = ReadBool(SECTION_SETTING, L"CanSelectNoProject", 0, strPath);
-    setting.szDefaultPrinter = ReadString(SECTION_SETTING, L"DefaultPrinter", strPath);
-    setting.szDefaultProject = ReadString(SECTION_SETTING, L"DefaultProject", strPath);
+    {
+        CScopeFileLock lock(strPath.c_str());
+        setting.bDisplayProjectSelection = ReadBool(SECTION_SETTING, L"DisplayProjectSelection", 1, strPath);
+        setting.bCanSelectNoPrinter = ReadBool(SECTION_SETTING, L"CanSelectNoPrinter", 0, strPath);
+        setting.bCanSelectNoProject = ReadBool(SECTION_SETTING, L"CanSelectNoProject", 0, strPath);
+        setting.szDefaultPrinter = ReadString(SECTION_SETTING, L"DefaultPrinter", strPath);
+        setting.szDefaultProject = ReadString(SECTION_SETTING, L"DefaultProject", strPath);
+    }
+
+    // The user's own file, key by key over what the machine's file gave.
+    std::wstring strUserPath;
+    if (UserSettingFile(strUserPath, false) && !strUserPath.empty()) {
+        CScopeFileLock lock(strUserPath.c_str());
+        setting.bDisplayProjectSelection =
+            ReadBool(SECTION_SETTING, L"DisplayProjectSelection", setting.bDisplayProjectSelection, strUserPath);
+        setting.bCanSelectNoPrinter =
+            ReadBool(SECTION_SETTING, L"CanSelectNoPrinter", setting.bCanSelectNoPrinter, strUserPath);
+        setting.bCanSelectNoProject =
+            ReadBool(SECTION_SETTING, L"CanSelectNoProject", setting.bCanSelectNoProject, strUserPath);
+        setting.szDefaultPrinter = ReadString(SECTION_SETTING, L"DefaultPrinter", strUserPath, setting.szDefaultPrinter);
+        setting.szDefaultProject = ReadString(SECTION_SETTING, L"DefaultProject", strUserPath, setting.szDefaultProject);
+    }
     return CLIENT_INFO_OK;
 }
 
@@ -137,6 +154,11 @@ uint32_t WriteClientSetting(const CLIENT_SETTING& setting)
     ORV_TRACE_SCOPE("OrvUtility::WriteClientSetting");
     std::wstring strPath;
     if (!FindConfigFile(strPath)) {
+        return CLIENT_INFO_FAILED;
+    }
+    // The machine's file is the administrator's where the user has one.
+    if (UserSettingFile(strPath, true) && strPath.empty()) {
+        ORV_LOG_ERROR("%s(%d) : %s", "The user's settings folder is unknown.");
         return CLIENT_INFO_FAILED;
     }
 

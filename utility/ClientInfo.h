@@ -53,11 +53,20 @@ const uint32_t CLIENT_INFO_FAILED = 1;
 // The longest auto-cancel time: one day.
 const uint32_t AUTO_CANCEL_MAX_SECONDS = 86400;
 
-// Fills all five fields from "Setting". Readers hold the settings-file lock
+// The file of this user's own "Setting" group, when the platform keeps it
+// apart from the machine's Config.ini: on Linux $XDG_CONFIG_HOME/orv-soft/
+// Config.ini (default ~/.config/orv-soft/Config.ini), its folders made 0700
+// with bMakeFolder; empty when the user's home is unknown. On Windows there
+// is none (false): both groups share the machine's file.
+bool UserSettingFile(std::wstring& strPath, bool bMakeFolder);
+
+// Fills all five fields from "Setting". Where the user has a file of its
+// own, each key comes from it, else from the machine file's "Setting". Readers hold the settings-file lock
 // while they read. 0, or 1 when the folder is unknown; a missing file or
 // key gives the defaults.
 uint32_t ReadClientSetting(CLIENT_SETTING& setting);
-// Writes all five fields to "Setting" (without the lock), stopping at the
+// Writes all five fields to "Setting" of the user's own file where there is
+// one, else of the machine's (without the lock), stopping at the
 // first write that fails. 0, or 1.
 uint32_t WriteClientSetting(const CLIENT_SETTING& setting);
 // Fills the four fields and the auto-cancel seconds from "ServerConfig",

@@ -251,8 +251,6 @@ bool CPrivateProfileDocument::Save() const
         ReportRefusal(m_strPath, szRefusal);
         return false;
     }
-    struct stat stOld;
-    const bool bOld = fstatat(iDirFd, strName.c_str(), &stOld, AT_SYMLINK_NOFOLLOW) == 0;
 
     std::string strTemp;
     const int iFd = NoFollowFile::CreateTemporary(iDirFd, strName, &strTemp);
@@ -261,16 +259,10 @@ bool CPrivateProfileDocument::Save() const
     }
     bool bOk = NoFollowFile::WriteAll(iFd, strData);
     if (bOk) {
-        // Read and write for whom the umask allows, or as the file we
-        // replace had it when it is our own; never execute, set-user-ID,
-        // set-group-ID or sticky bits, and never the mode of a file that
-        // another user put there.
-        const mode_t uiMask = umask(0);
-        umask(uiMask);
-        mode_t uiMode = 0666 & ~uiMask;
-        if (bOld && stOld.st_uid == geteuid()) {
-            uiMode = stOld.st_mode & 0666;
-        }
+        // Read and write for this user alone: never execute, set-user-ID,
+        // set-group-ID or sticky bits, and never the mode or owner of what
+        // lay there before (another user may have put it there).
+        const mode_t uiMode = 0600;
         bOk = fchmod(iFd, uiMode) == 0 && fsync(iFd) == 0;
     }
     if (close(iFd) != 0) {

@@ -139,6 +139,7 @@ std::vector<std::pair<std::string, std::string>> CLogFileGuard::FileAppenders(co
 
 std::string CLogFileGuard::Prepare(const std::string& strConfigPath)
 {
+    LogFileState::DefineUserFolders();
     std::ifstream in(strConfigPath.c_str(), std::ios::binary);
     if (!in.is_open()) {
         return strConfigPath; // log4cpp reports it

@@ -10,14 +10,22 @@ namespace LogFileState {
 // there, another file there, or no open file at all).
 bool IsGone(const std::string& strPath, int iFd);
 
+// Gives the variables that a log configuration may name for a user's own
+// folders their standard values where the session did not set them:
+// Linux sets XDG_STATE_HOME to HOME/.local/state (so that a file name of
+// ${XDG_STATE_HOME}/orv-soft/log/OrvprintD.log always means the user's
+// own log). Windows: nothing.
+void DefineUserFolders();
+
 // Creates the folder that holds strPath, and the folders above it, where
 // they are missing. True when it exists afterwards.
 bool MakeFolderOf(const std::string& strPath);
 
 // Opens the log file at strPath for appending before log4cpp does, creating
 // it (and its folder) where missing: never through a symbolic link, never a
-// FIFO, a folder or a second name of another file (*pszRefusal then says
-// why). The descriptor, or -1. Windows: -1 without a refusal (log4cpp opens
+// FIFO, a folder, a second name of another file, or (Linux) a file of
+// another user (*pszRefusal then says why). Linux makes folders 0700 and
+// files 0600. The descriptor, or -1. Windows: -1 without a refusal (log4cpp opens
 // the file itself).
 int OpenChecked(const std::string& strPath, const char** pszRefusal);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <filesystem>
 #include <list>
 #include <string>
 #include <vector>
@@ -24,7 +25,14 @@ public:
         m_bHadVariable = szOld != nullptr;
         m_strOldVariable = szOld ? szOld : "";
         m_strStoreFile = m_folder.File("machine.ini");
-        SetVariable(m_strStoreFile);
+        SetVariable(VARIABLE, m_strStoreFile);
+        // Linux keeps each user's own settings under $XDG_CONFIG_HOME: a
+        // folder of this store's too, so that no test reads or writes the
+        // settings of the account that runs it.
+        const char* szOldConfig = std::getenv(CONFIG_HOME);
+        m_bHadConfigHome = szOldConfig != nullptr;
+        m_strOldConfigHome = szOldConfig ? szOldConfig : "";
+        SetVariable(CONFIG_HOME, m_folder.File("config"));
     }
 
     ~MachineRegistryTestStore()
@@ -50,23 +58,40 @@ public:
                 Language::CMachineRegistryKey::DeleteKey(it->strKey.c_str());
             }
         }
-        if (m_bHadVariable) {
-            SetVariable(m_strOldVariable);
-        } else {
-            SetVariable("");
-        }
+        SetVariable(VARIABLE, m_bHadVariable ? m_strOldVariable : "");
+        SetVariable(CONFIG_HOME, m_bHadConfigHome ? m_strOldConfigHome : "");
     }
 
     MachineRegistryTestStore(const MachineRegistryTestStore&) = delete;
     MachineRegistryTestStore& operator=(const MachineRegistryTestStore&) = delete;
 
     // Path of the Linux stand-in file (unused on Windows).
+    // The user's own Config.ini on Linux ($XDG_CONFIG_HOME/orv-soft).
+    std::string UserConfigFile() const { return m_folder.File("config/orv-soft/Config.ini"); }
+
     const std::string& StoreFile() const { return m_strStoreFile; }
     const TempFolder& Folder() const { return m_folder; }
+
+    // The user's own settings folder on Linux is made the client's TempDir
+    // itself whenever a test sets "TempDir": the tests written for one
+    // Config.ini (as on Windows) then see one file. SeparateUserSettings()
+    // gives the user a folder of its own again.
+    void SeparateUserSettings()
+    {
+        std::error_code ec;
+        std::filesystem::remove(m_folder.File("config/orv-soft"), ec);
+        m_bShareUserSettings = false;
+    }
 
     // Sets a string value, creating the key and the keys above it.
     void Set(const std::wstring& strKey, const std::wstring& strName, const std::wstring& strData)
     {
+        if (m_bShareUserSettings && strName == L"TempDir" && strKey == L"Software\\Orv-soft\\Client") {
+            std::error_code ec;
+            std::filesystem::create_directories(m_folder.File("config"), ec);
+            std::filesystem::remove(m_folder.File("config/orv-soft"), ec);
+            std::filesystem::create_directory_symlink(Language::Utf8FromWide(strData), m_folder.File("config/orv-soft"), ec);
+        }
         RememberKeys(strKey);
         RememberValue(strKey, strName);
         Language::CMachineRegistryKey key;
@@ -98,6 +123,7 @@ public:
 
 private:
     static constexpr const char* VARIABLE = "ORVPRINT_MACHINE_CONFIG";
+    static constexpr const char* CONFIG_HOME = "XDG_CONFIG_HOME";
 
     struct SavedValue {
         std::wstring strKey;
@@ -110,11 +136,11 @@ private:
         bool bExisted;
     };
 
-    static void SetVariable(const std::string& strValue)
+    static void SetVariable(const char* szName, const std::string& strValue)
     {
         // putenv keeps the pointer: the texts live as long as the process.
         static std::list<std::string> s_listTexts;
-        s_listTexts.push_back(std::string(VARIABLE) + "=" + strValue);
+        s_listTexts.push_back(std::string(szName) + "=" + strValue);
         putenv(const_cast<char*>(s_listTexts.back().c_str()));
     }
 
@@ -164,6 +190,9 @@ private:
     std::string m_strStoreFile;
     bool m_bHadVariable = false;
     std::string m_strOldVariable;
+    bool m_bShareUserSettings = true;
+    bool m_bHadConfigHome = false;
+    std::string m_strOldConfigHome;
     std::list<SavedValue> m_listValues;
     std::list<SavedKey> m_listKeys;
 };

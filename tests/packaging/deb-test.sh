@@ -2,10 +2,12 @@
 # The Debian package as administrators and users meet it, on this machine:
 # installed with apt-get; the installed OrvprintD started as its autostart
 # entry starts it, by an unprivileged user on a private X display; a request
-# sent with the installed orvprint-send and answered with Enter; the answer,
-# Config.ini in TempDir and the user's log in LogDir checked; upgraded to a
-# higher version while OrvprintD runs; purged while it runs again; nothing of
-# the package left. Needs root (skipped otherwise). Leaves the machine as it
+# sent by that user with the installed orvprint-send and answered with Enter;
+# the answer, the user's own Config.ini and log checked (the machine's
+# Config.ini in TempDir untouched); the upgrade from an older layout whose
+# TempDir was writable by everybody, with a link, FIFO or hard link planted
+# there; upgraded to a higher version while OrvprintD runs; purged while it
+# runs again; nothing of the package left. Needs root (skipped otherwise). Leaves the machine as it
 # found it, also when a check fails.
 #
 #   deb-test.sh PACKAGE.deb UPGRADE.deb
@@ -26,7 +28,6 @@ user=nobody
 group=nogroup
 program=/usr/lib/orv-soft/client/OrvprintD
 temp_dir=/var/lib/orv-soft/client/temp
-log_dir=/var/log/orv-soft/client
 apt=(apt-get -y -q -o DPkg::Lock::Timeout=600)
 # The installed programs use the machine's own folders, whatever the caller set.
 unset ORVPRINT_MACHINE_CONFIG ORVPRINT_SHM_DIR ORVPRINT_SYSTEM_ACCOUNT XDG_CONFIG_DIRS CUPS_SERVERBIN
@@ -57,6 +58,15 @@ for p in "${package_paths[@]}"; do [ -e "$p" ] && existing_before+=("$p"); done
 packages_before=$(dpkg-query -W -f='${Package}\n' | sort)
 shm_before=$(ls -A /dev/shm | sort)
 autostart_dir_existed=0; [ -d /etc/xdg/autostart ] && autostart_dir_existed=1
+
+uid=$(id -u "$user")
+# The user's private folder of the channel and the instance lock: the
+# session's runtime folder, else one of its own in /tmp.
+chan_dir=/tmp/orvprint-$uid
+if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
+  chan_dir=/run/user/$uid
+fi
+chan_dir_existed=0; [ -e "$chan_dir" ] && chan_dir_existed=1
 
 work=$(mktemp -d /tmp/orvprint-deb-test.XXXXXX)
 chmod 755 "$work"
@@ -90,9 +100,16 @@ cleanup() {
     case "$f" in Orvprint*|*Orv-soft*|*orv-soft*|*05D73725*) rm -f "/dev/shm/$f" ;; esac
     [ "$(stat -c %U "/dev/shm/$f" 2>/dev/null)" = "$user" ] && rm -f "/dev/shm/$f"
   done
+  [ $chan_dir_existed -eq 0 ] && rm -rf "$chan_dir"
   rm -rf "$work"
 }
 trap cleanup EXIT
+
+as_user() { # COMMAND... : run as the user, in the user's environment
+  setpriv --reuid="$user" --regid="$group" --init-groups \
+    env -i HOME="$work/home" USER="$user" LOGNAME="$user" PATH=/usr/bin:/bin LANG=C.UTF-8 \
+        DISPLAY="${DISPLAY:-}" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR="$work/run" CUPS_SERVERBIN="$work/cups" "$@"
+}
 
 # Starts the installed OrvprintD as the user, the way the autostart entry
 # does (its Exec line), and waits until it serves requests.
@@ -100,12 +117,9 @@ start_as_user() {
   local exec_line
   exec_line=$(sed -n 's/^Exec=//p' /etc/xdg/autostart/OrvprintD.desktop)
   exec_line=${exec_line//\"/}
-  setpriv --reuid="$user" --regid="$group" --init-groups \
-    env -i HOME="$work/home" USER="$user" LOGNAME="$user" PATH=/usr/bin:/bin LANG=C.UTF-8 \
-        DISPLAY="$DISPLAY" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR="$work/run" CUPS_SERVERBIN="$work/cups" \
-        "$exec_line" >"$work/orvprintd.out" 2>&1 &
+  as_user "$exec_line" >"$work/orvprintd.out" 2>&1 &
   orv_pid=$!
-  wait_until_serving /dev/shm/Orvprint_Popup_Dialog_MUTEX_EXISTANCE "$orv_pid"
+  wait_until_serving "$chan_dir/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" "$orv_pid"
 }
 
 ended() { # PID
@@ -130,10 +144,11 @@ check_eq "LogConfig.conf in InstallDir is the configuration file under /etc" /et
 check_eq "the configuration files are conffiles" \
   "/etc/orv-soft/LogConfig.conf /etc/orv-soft/machine.ini /etc/xdg/autostart/OrvprintD.desktop" \
   "$(dpkg-query -W -f='${Conffiles}' orvprintd | awk 'NF {print $1}' | sort | tr '\n' ' ' | sed 's/ $//')"
-check_eq "TempDir and LogDir are made for every user" "777 1777" \
-  "$(stat -c %a "$temp_dir") $(stat -c %a "$log_dir")"
-check_eq "the log file is one per user in LogDir" \
-  'log4cpp.appender.orvFile.fileName=/var/log/orv-soft/client/OrvprintD-${USER}.log' \
+check_eq "TempDir and the machine's Config.ini are root's (0755, 0644); no shared log folder" \
+  "root:root 755 root:root 644 regular file no" \
+  "$(stat -c '%U:%G %a' "$temp_dir") $(stat -c '%U:%G %a %F' "$temp_dir/Config.ini") $([ -e /var/log/orv-soft ] && echo yes || echo no)"
+check_eq "each user's log is in that user's state folder" \
+  'log4cpp.appender.orvFile.fileName=${XDG_STATE_HOME}/orv-soft/log/OrvprintD.log' \
   "$(grep '^log4cpp.appender.orvFile.fileName=' /etc/orv-soft/LogConfig.conf)"
 check_eq "orvprint-config reads TempDir from the installed machine registry" "$temp_dir" \
   "$(setpriv --reuid="$user" --regid="$group" --init-groups orvprint-config 2>&1 | sed -n 's/^  TempDir (id 2): //p')"
@@ -142,7 +157,10 @@ check_eq "orvprint-config reads TempDir from the installed machine registry" "$t
 start_private_xvfb || exit 1
 start_as_user
 check "OrvprintD, started by $user as the autostart entry says, serves requests" test $? -eq 0
-/usr/bin/orvprint-send --timeout 120 "$root/scripts/sample-request.json" >"$work/answer.json" 2>&1 &
+cp "$temp_dir/Config.ini" "$work/machine-Config.ini.before"
+cp "$root/scripts/sample-request.json" "$work/request.json"
+chmod 644 "$work/request.json"
+as_user /usr/bin/orvprint-send --timeout 120 "$work/request.json" >"$work/answer.json" 2>&1 &
 send_pid=$!
 win=$(find_window "请选择打印选项")
 check "the dialog \"请选择打印选项\" is shown" test -n "$win"
@@ -154,15 +172,48 @@ wait "$send_pid"; send_pid=
 check_eq "the answer of Enter: OK with the first printer and project" \
   '{"resultCode":0,"responseLength":44,"result":0,"printerId":"P-3F-01","projectId":"PRJ-001"}' \
   "$(cat "$work/answer.json")"
-check_eq "the user's defaults are saved in Config.ini in TempDir" \
-  "DefaultPrinter=三楼彩色打印机 DefaultProject=年度审计项目 $user" \
-  "$(grep -E '^Default(Printer|Project)=' "$temp_dir/Config.ini" | tr '\n' ' ')$(stat -c %U "$temp_dir/Config.ini")"
-log_file=$log_dir/OrvprintD-$user.log
-check "the user's log is written in LogDir ($(basename "$log_file"))" test -s "$log_file"
+user_config=$work/home/.config/orv-soft/Config.ini
+check_eq "the user's defaults are saved in the user's own Config.ini (0600, folder 0700)" \
+  "DefaultPrinter=三楼彩色打印机 DefaultProject=年度审计项目 $user 600 700" \
+  "$(grep -E '^Default(Printer|Project)=' "$user_config" | tr '\n' ' ')$(stat -c '%U %a' "$user_config") $(stat -c %a "$(dirname "$user_config")")"
+check "the machine's Config.ini is unchanged" cmp -s "$work/machine-Config.ini.before" "$temp_dir/Config.ini"
+log_file=$work/home/.local/state/orv-soft/log/OrvprintD.log
+check_eq "the user's log is the user's own (~/.local/state/orv-soft/log, 0600, folder 0700)" \
+  "$user 600 700" "$(stat -c '%U %a' "$log_file" 2>&1) $(stat -c %a "$(dirname "$log_file")" 2>&1)"
+check "the user's log is written" test -s "$log_file"
 check "the log says that the client tool of the suite is missing" \
   grep -q "Failed to launch apps. err = .*/usr/lib/orv-soft/client/OrvClientTool" "$log_file"
 cp "$log_file" "$out/deb-OrvprintD.log" 2>/dev/null
-cp "$temp_dir/Config.ini" "$work/Config.ini.before"
+cp "$user_config" "$work/Config.ini.before"
+
+# --- an older layout: TempDir writable by everybody, and something planted
+# under Config.ini by another user; the package's configure step (what an
+# upgrade runs) closes the folder and touches nothing outside it.
+printf 'victim\n' >"$work/victim"
+chown "$user:$group" "$work/victim"
+chmod 0640 "$work/victim"
+victim_before=$(stat -c '%U %a %s %Y' "$work/victim")
+postinst=/var/lib/dpkg/info/orvprintd.postinst
+for kind in link fifo hardlink; do
+  chmod 0777 "$temp_dir"
+  rm -f "$temp_dir/Config.ini"
+  case $kind in
+    link) as_user ln -s "$work/victim" "$temp_dir/Config.ini"
+          as_user ln -s "$work/victim" "$temp_dir/Config.ini.new" ;;
+    fifo) as_user mkfifo "$temp_dir/Config.ini" ;;
+    hardlink) as_user ln "$work/victim" "$temp_dir/Config.ini" ;;
+  esac
+  timeout 60 "$postinst" configure >"$work/postinst-$kind.log" 2>&1
+  rc=$?
+  check_eq "configure over a TempDir left 0777 with a planted $kind as Config.ini: closes the folder, makes a root Config.ini, moves the $kind aside" \
+    "0 root:root 755 root:root 644 regular file 1" \
+    "$rc $(stat -c '%U:%G %a' "$temp_dir") $(stat -c '%U:%G %a %F' "$temp_dir/Config.ini") $(ls "$temp_dir" | grep -c "^Config.ini.moved-aside")"
+  check_eq "the file that the planted $kind pointed at is unchanged" "victim
+$victim_before" "$(cat "$work/victim")
+$(stat -c '%U %a %s %Y' "$work/victim")"
+  rm -f "$temp_dir"/Config.ini.moved-aside.*
+done
+cp "$work/machine-Config.ini.before" "$temp_dir/Config.ini"
 
 # --- upgrade while OrvprintD runs
 t0=$(now_ms)
@@ -174,7 +225,8 @@ check_eq "apt-get install ./$(basename "$next") upgrades ($upgrade_ms ms)" "0 $n
 check "the upgrade ended the running OrvprintD first" ended "$orv_pid"
 wait "$orv_pid" 2>/dev/null; orv_pid=
 check_eq "the program is the new one" "OrvprintD $next_version" "$("$program" --version 2>&1)"
-check "Config.ini survived the upgrade" cmp -s "$work/Config.ini.before" "$temp_dir/Config.ini"
+check "the user's Config.ini survived the upgrade" cmp -s "$work/Config.ini.before" "$user_config"
+check "the machine's Config.ini survived the upgrade" cmp -s "$work/machine-Config.ini.before" "$temp_dir/Config.ini"
 
 # --- purge while OrvprintD runs
 start_as_user

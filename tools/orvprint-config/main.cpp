@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <string>
 #include "language/MachineRegistry.h"
+#include "language/PrivateProfile.h"
 #include "language/TextConvert.h"
 #include "tools/orvprint-config/ConsoleOutput.h"
 #include "utility/ClientInfo.h"
@@ -138,6 +139,36 @@ int main(int argc, char** argv)
         strState = L" (MISSING: the defaults apply; the first saved choice creates it)";
     }
     PrintLine(L"Settings file: " + strConfig + strState);
+    std::wstring strUserConfig;
+    const bool bUserFile = OrvUtility::UserSettingFile(strUserConfig, false);
+    if (bUserFile) {
+        // Linux: the machine's file is the administrator's; each user's
+        // [Setting] is a file of its own, key by key over the machine's.
+        std::wstring strUserState = L" (present)";
+        if (strUserConfig.empty()) {
+            strUserState = L"(unknown: no home folder; choices are not saved)";
+        } else if (!std::filesystem::exists(std::filesystem::path(strUserConfig), ec)) {
+            strUserState = L" (MISSING: the machine file's [Setting] applies; the first saved choice creates it)";
+        }
+        PrintLine(L"User settings file: " + strUserConfig + strUserState);
+    }
+    // Where a [Setting] value comes from, where the user has a file of its own.
+    const auto Source = [&](const wchar_t* szKey) -> std::wstring {
+        if (!bUserFile) {
+            return L"";
+        }
+        const wchar_t* const szMissing = L"\x01missing";
+        for (const std::wstring* pFile : std::initializer_list<const std::wstring*>{&strUserConfig, &strConfig}) {
+            wchar_t szValue[16] = {0};
+            if (!pFile->empty()) {
+                Language::PrivateProfileGetString(L"Setting", szKey, szMissing, szValue, 16, pFile->c_str());
+                if (std::wstring(szValue) != szMissing) {
+                    return pFile == &strUserConfig ? L"   (user's file)" : L"   (machine file)";
+                }
+            }
+        }
+        return L"   (default)";
+    };
 
     CLIENT_SETTING stuSetting;
     const uint32_t uiSetting = OrvUtility::ReadClientSetting(stuSetting);
@@ -147,11 +178,11 @@ int main(int argc, char** argv)
     PrintLine(L"");
     PrintLine(L"[Setting] (read result " + Number(uiSetting) + L")");
     if (uiSetting == 0) {
-        PrintLine(L"  DisplayProjectSelection = " + YesNo(stuSetting.bDisplayProjectSelection));
-        PrintLine(L"  CanSelectNoPrinter      = " + YesNo(stuSetting.bCanSelectNoPrinter));
-        PrintLine(L"  CanSelectNoProject      = " + YesNo(stuSetting.bCanSelectNoProject));
-        PrintLine(L"  DefaultPrinter          = \"" + stuSetting.szDefaultPrinter + L"\"");
-        PrintLine(L"  DefaultProject          = \"" + stuSetting.szDefaultProject + L"\"");
+        PrintLine(L"  DisplayProjectSelection = " + YesNo(stuSetting.bDisplayProjectSelection) + Source(L"DisplayProjectSelection"));
+        PrintLine(L"  CanSelectNoPrinter      = " + YesNo(stuSetting.bCanSelectNoPrinter) + Source(L"CanSelectNoPrinter"));
+        PrintLine(L"  CanSelectNoProject      = " + YesNo(stuSetting.bCanSelectNoProject) + Source(L"CanSelectNoProject"));
+        PrintLine(L"  DefaultPrinter          = \"" + stuSetting.szDefaultPrinter + L"\"" + Source(L"DefaultPrinter"));
+        PrintLine(L"  DefaultProject          = \"" + stuSetting.szDefaultProject + L"\"" + Source(L"DefaultProject"));
     }
     PrintLine(L"[ServerConfig] (read result " + Number(uiServer) + L")");
     if (uiServer == 0) {

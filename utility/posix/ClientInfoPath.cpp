@@ -1,5 +1,12 @@
 #include "utility/ClientInfo.h"
 
+#include <cstdlib>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+#include "language/TextConvert.h"
+
 namespace OrvUtility {
 
 std::wstring MakeConfigFilePath(const wchar_t* szFolder)
@@ -9,6 +16,55 @@ std::wstring MakeConfigFilePath(const wchar_t* szFolder)
         strPath += L'/';
     }
     return strPath + L"Config.ini";
+}
+
+} // namespace OrvUtility
+
+namespace OrvUtility {
+
+namespace {
+
+// $XDG_CONFIG_HOME when it is an absolute path, else HOME/.config (HOME
+// from the environment, else from the user database); "" when unknown.
+std::string ConfigHome()
+{
+    const char* szConfig = std::getenv("XDG_CONFIG_HOME");
+    if (szConfig && szConfig[0] == '/') {
+        return szConfig;
+    }
+    std::string strHome;
+    const char* szHome = std::getenv("HOME");
+    if (szHome && szHome[0] == '/') {
+        strHome = szHome;
+    } else {
+        std::vector<char> vecBuf(16384);
+        struct passwd pw;
+        struct passwd* pResult = nullptr;
+        if (getpwuid_r(geteuid(), &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
+            pw.pw_dir[0] == '/') {
+            strHome = pw.pw_dir;
+        }
+    }
+    return strHome.empty() ? strHome : strHome + "/.config";
+}
+
+} // namespace
+
+bool UserSettingFile(std::wstring& strPath, bool bMakeFolder)
+{
+    const std::string strHome = ConfigHome();
+    if (strHome.empty()) {
+        strPath.clear();
+        return true;
+    }
+    const std::string strFolder = strHome + "/orv-soft";
+    if (bMakeFolder) {
+        // Only this user's: folders 0700 (the umask may only narrow them).
+        mkdir(strHome.c_str(), 0700);
+        mkdir(strFolder.c_str(), 0700);
+    }
+    strPath = Language::WideFromUtf8(strFolder + "/Config.ini");
+    return true;
 }
 
 } // namespace OrvUtility

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include "language/TextConvert.h"
@@ -66,10 +67,79 @@ int OpenExisting(int iDirFd, const std::string& strLeaf, bool bAllowReadOnly)
 
 } // namespace
 
-std::string SharedObjectFolder()
+std::vector<std::string> PrivateFolderCandidates(uid_t uid)
+{
+    const std::string strUid = std::to_string(static_cast<unsigned long>(uid));
+    std::vector<std::string> vecFolders = {"/run/user/" + strUid, "/tmp/orvprint-" + strUid};
+    std::vector<char> vecBuf(16384);
+    struct passwd pw;
+    struct passwd* pResult = nullptr;
+    if (getpwuid_r(uid, &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
+        pw.pw_dir[0] == '/' && std::string(pw.pw_dir) != "/") {
+        vecFolders.push_back(std::string(pw.pw_dir) + "/.cache/orv-soft/run");
+    }
+    return vecFolders;
+}
+
+namespace {
+
+enum EFolderState { FOLDER_MISSING, FOLDER_PRIVATE, FOLDER_REFUSED };
+
+EFolderState CheckPrivateFolder(const std::string& strFolder, uid_t uid)
+{
+    struct stat st;
+    if (lstat(strFolder.c_str(), &st) != 0) {
+        return FOLDER_MISSING;
+    }
+    if (!S_ISDIR(st.st_mode) || st.st_uid != uid || (st.st_mode & 0077) != 0) {
+        return FOLDER_REFUSED;
+    }
+    return FOLDER_PRIVATE;
+}
+
+// Makes each missing folder of the path with mode 0700 (the umask may only
+// narrow it).
+void MakeFolders(const std::string& strFolder)
+{
+    for (size_t uiAt = 1; uiAt <= strFolder.size(); ++uiAt) {
+        if (uiAt == strFolder.size() || strFolder[uiAt] == '/') {
+            mkdir(strFolder.substr(0, uiAt).c_str(), 0700);
+        }
+    }
+}
+
+} // namespace
+
+bool PrivateObjectFolder(uid_t uid, bool bCreate, std::string& strFolder)
+{
+    const std::vector<std::string> vecFolders = PrivateFolderCandidates(uid);
+    for (size_t i = 0; i < vecFolders.size(); ++i) {
+        EFolderState eState = CheckPrivateFolder(vecFolders[i], uid);
+        // The session's runtime folder is the system's to make.
+        if (eState == FOLDER_MISSING && bCreate && i > 0 && uid == geteuid()) {
+            MakeFolders(vecFolders[i]);
+            eState = CheckPrivateFolder(vecFolders[i], uid);
+        }
+        if (eState == FOLDER_PRIVATE) {
+            strFolder = vecFolders[i];
+            return true;
+        }
+        if (eState == FOLDER_REFUSED) {
+            LogRefusedObject(vecFolders[i], "it is not a private folder of this user.");
+        }
+    }
+    errno = EACCES;
+    return false;
+}
+
+bool SharedObjectFolder(std::string& strFolder)
 {
     const char* szDir = std::getenv("ORVPRINT_SHM_DIR");
-    return (szDir && *szDir) ? std::string(szDir) : std::string("/dev/shm");
+    if (szDir && *szDir) {
+        strFolder = szDir;
+        return true;
+    }
+    return PrivateObjectFolder(geteuid(), true, strFolder);
 }
 
 bool UserObjectFolder(std::string& strFolder)
@@ -79,21 +149,7 @@ bool UserObjectFolder(std::string& strFolder)
         strFolder = szRuntime;
         return true;
     }
-    const uid_t uid = geteuid();
-    strFolder = "/tmp/orvprint-" + std::to_string(static_cast<unsigned long>(uid));
-    if (mkdir(strFolder.c_str(), 0700) != 0 && errno != EEXIST) {
-        return false;
-    }
-    struct stat st;
-    if (lstat(strFolder.c_str(), &st) != 0) {
-        return false;
-    }
-    if (!S_ISDIR(st.st_mode) || st.st_uid != uid || (st.st_mode & 0077) != 0) {
-        LogRefusedObject(strFolder, "it is not a private folder of this user.");
-        errno = EACCES;
-        return false;
-    }
-    return true;
+    return PrivateObjectFolder(geteuid(), true, strFolder);
 }
 
 bool LocateNamedObject(const std::wstring& strName, CNamedObjectLocation& location)
@@ -101,10 +157,15 @@ bool LocateNamedObject(const std::wstring& strName, CNamedObjectLocation& locati
     std::wstring strLeaf;
     if (StartsWith(strName, GLOBAL_PREFIX)) {
         location.bShared = true;
-        location.strFolder = SharedObjectFolder();
+        const char* szDir = std::getenv("ORVPRINT_SHM_DIR");
+        location.bPrivate = !(szDir && *szDir);
+        if (!SharedObjectFolder(location.strFolder)) {
+            return false;
+        }
         strLeaf = strName.substr(std::wcslen(GLOBAL_PREFIX));
     } else {
         location.bShared = false;
+        location.bPrivate = true;
         if (!UserObjectFolder(location.strFolder)) {
             return false;
         }
@@ -197,8 +258,9 @@ int OpenNamedObjectFile(const CNamedObjectLocation& location, NamedObjectFileKin
                 break;
             }
         }
-        // The umask does not narrow the mode asked for.
-        if (fchmod(iFd, uiMode) != 0) {
+        // The umask does not narrow the mode asked for; in the user's own
+        // folder nobody else is to open it anyway.
+        if (fchmod(iFd, location.bPrivate ? (uiMode & 0600) : uiMode) != 0) {
             iErr = errno;
             close(iFd);
             break;

@@ -2,14 +2,32 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 // Where the named objects of this machine live on Linux, and how their files
 // are opened: never through a symbolic link, always checked for their type.
 
 namespace OrvUtility {
 
-// The folder of "Global\" objects: $ORVPRINT_SHM_DIR when set, else /dev/shm.
-std::string SharedObjectFolder();
+// The places where the private objects of the user uid may live, in the
+// order they are tried:
+//   /run/user/UID                 (the session's runtime folder; never made here)
+//   /tmp/orvprint-UID             (made with mode 0700 by the user)
+//   HOME/.cache/orv-soft/run      (HOME from the user database; made 0700)
+std::vector<std::string> PrivateFolderCandidates(uid_t uid);
+
+// The first of those places that is a folder (not a link) owned by uid
+// with no access for group and others. The calling user makes the missing
+// ones of its own (bCreate). A place that exists but belongs to another
+// user or is open to others is refused with an ERROR line naming it, and
+// the next one is tried: nobody can stop another user's channel by
+// putting something there first. False (errno set) when none is usable.
+bool PrivateObjectFolder(uid_t uid, bool bCreate, std::string& strFolder);
+
+// The folder of "Global\" objects (the channel and the single-instance
+// lock): $ORVPRINT_SHM_DIR when set, else this user's private folder.
+// False (errno set) when there is none.
+bool SharedObjectFolder(std::string& strFolder);
 
 // The folder of every other name: $XDG_RUNTIME_DIR when set, else
 // /tmp/orvprint-<uid>, created with mode 0700 and refused unless it is a
@@ -22,6 +40,7 @@ struct CNamedObjectLocation {
     std::string strFolder;
     std::string strLeaf; // UTF-8 file name
     bool bShared;        // in the "Global\" folder
+    bool bPrivate;       // that folder is the user's own (no ORVPRINT_SHM_DIR)
 
     std::string Path() const { return strFolder + "/" + strLeaf; }
 };
@@ -40,6 +59,7 @@ enum NamedObjectFileKind {
 // when writing is not allowed), without following a symbolic link, non-
 // blocking and close-on-exec. With bCreate a missing file is created
 // exclusively and then given uiMode whatever the umask (*pbCreated true).
+// In a private folder the file is made 0600 whatever uiMode says.
 // A link or a file of another kind is refused: -1, errno ELOOP or EINVAL,
 // and an ERROR line "Refused <path>: ...". Otherwise -1 with the errno of
 // the failing call (ENOENT when missing and not to be created).

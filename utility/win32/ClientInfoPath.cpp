@@ -14,3 +14,15 @@ std::wstring MakeConfigFilePath(const wchar_t* szFolder)
 }
 
 } // namespace OrvUtility
+
+namespace OrvUtility {
+
+// Both groups share the machine's Config.ini.
+bool UserSettingFile(std::wstring& strPath, bool bMakeFolder)
+{
+    (void)strPath;
+    (void)bMakeFolder;
+    return false;
+}
+
+} // namespace OrvUtility

@@ -2,6 +2,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <pwd.h>
+#include <vector>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -9,6 +12,12 @@
 #include "logging/posix/NoFollowFile.h"
 
 namespace LogFileState {
+
+namespace {
+
+const char* const REFUSED_OTHER_OWNER = "it belongs to another user.";
+
+} // namespace
 
 bool IsGone(const std::string& strPath, int iFd)
 {
@@ -24,6 +33,30 @@ bool IsGone(const std::string& strPath, int iFd)
     return stPath.st_dev != stOpen.st_dev || stPath.st_ino != stOpen.st_ino || stOpen.st_nlink == 0;
 }
 
+void DefineUserFolders()
+{
+    const char* szState = std::getenv("XDG_STATE_HOME");
+    if (szState && szState[0] == '/') {
+        return;
+    }
+    std::string strHome;
+    const char* szHome = std::getenv("HOME");
+    if (szHome && szHome[0] == '/') {
+        strHome = szHome;
+    } else {
+        std::vector<char> vecBuf(16384);
+        struct passwd pw;
+        struct passwd* pResult = nullptr;
+        if (getpwuid_r(geteuid(), &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
+            pw.pw_dir[0] == '/') {
+            strHome = pw.pw_dir;
+        }
+    }
+    if (!strHome.empty()) {
+        ::setenv("XDG_STATE_HOME", (strHome + "/.local/state").c_str(), 1);
+    }
+}
+
 bool MakeFolderOf(const std::string& strPath)
 {
     const size_t uiSlash = strPath.find_last_of('/');
@@ -34,7 +67,8 @@ bool MakeFolderOf(const std::string& strPath)
     for (size_t uiAt = 1; uiAt <= strFolder.size(); ++uiAt) {
         if (uiAt == strFolder.size() || strFolder[uiAt] == '/') {
             const std::string strPart = strFolder.substr(0, uiAt);
-            if (::mkdir(strPart.c_str(), 0777) != 0 && errno != EEXIST) {
+            // Only this user's: a log tells what this user printed.
+            if (::mkdir(strPart.c_str(), 0700) != 0 && errno != EEXIST) {
                 return false;
             }
         }
@@ -49,8 +83,18 @@ int OpenChecked(const std::string& strPath, const char** pszRefusal)
     if (!MakeFolderOf(strPath)) {
         return -1;
     }
-    // log4cpp's own mode for new log files.
-    return NoFollowFile::Open(strPath, O_WRONLY | O_APPEND, true, 0644, pszRefusal);
+    // New log files are this user's alone; a file found in place must be
+    // the user's own (in a folder that others can write, another user may
+    // have put it there to read or stop what we log).
+    const int iFd = NoFollowFile::Open(strPath, O_WRONLY | O_APPEND, true, 0600, pszRefusal);
+    struct stat st;
+    if (iFd >= 0 && (::fstat(iFd, &st) != 0 || st.st_uid != ::geteuid())) {
+        ::close(iFd);
+        *pszRefusal = REFUSED_OTHER_OWNER;
+        errno = EACCES;
+        return -1;
+    }
+    return iFd;
 }
 
 void KeepCheckedFile(int iCheckedFd, int iAppenderFd)

@@ -13,6 +13,9 @@ bool IsGone(const std::string& strPath, int iFd)
     return iFd < 0 || GetFileAttributesA(strPath.c_str()) == INVALID_FILE_ATTRIBUTES;
 }
 
+// The log configuration names the log folder itself on Windows.
+void DefineUserFolders() {}
+
 bool MakeFolderOf(const std::string& strPath)
 {
     const size_t uiSlash = strPath.find_last_of("\\/");

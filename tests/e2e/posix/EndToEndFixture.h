@@ -119,6 +119,13 @@ protected:
         setenv("ORVPRINT_SHM_DIR", m_tmp.File("shm").c_str(), 1);
         setenv("XDG_CONFIG_DIRS", m_tmp.File("xdg").c_str(), 1);
         setenv("XDG_RUNTIME_DIR", m_tmp.File("run").c_str(), 1);
+        // The user's own settings: here the very Config.ini of TempDir, so
+        // that the tests see one file (as on Windows); nothing of the
+        // account that runs the tests is read or written.
+        mkdir(m_tmp.File("config").c_str(), 0700);
+        symlink(m_tmp.File("temp").c_str(), m_tmp.File("config/orv-soft").c_str());
+        setenv("XDG_CONFIG_HOME", m_tmp.File("config").c_str(), 1);
+        setenv("XDG_STATE_HOME", m_tmp.File("state").c_str(), 1);
         setenv("CUPS_SERVERBIN", m_tmp.File("cups").c_str(), 1);
         setenv("QT_QPA_PLATFORM", "xcb", 1);
         // The tests may run as root, which OrvprintD treats as the system account.

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include "language/PrivateProfile.h"
 #include "language/TextConvert.h"
@@ -128,7 +129,8 @@ TEST_F(PrivateProfilePosixTest, ReplacesFileAsAWhole)
     struct stat stAfter;
     ASSERT_EQ(0, stat(m_tmp.File("Config.ini").c_str(), &stAfter));
     EXPECT_NE(stBefore.st_ino, stAfter.st_ino);
-    EXPECT_EQ(0640u, stAfter.st_mode & 07777);
+    // The user's own file, whatever mode the one before had.
+    EXPECT_EQ(0600u, stAfter.st_mode & 07777);
     int iEntries = 0;
     for (const auto& entry : std::filesystem::directory_iterator(m_tmp.Path())) {
         (void)entry;
@@ -216,7 +218,7 @@ TEST_F(PrivateProfilePosixTest, FileLargerThanOneMebibyteIsRefused)
 }
 
 // A new file never takes execute, set-user-ID, set-group-ID or sticky
-// bits from the file it replaces.
+// bits (nor any other mode) from the file it replaces: it is 0600.
 TEST_F(PrivateProfilePosixTest, ReplacementNeverCarriesSpecialOrExecuteBits)
 {
     Put("[S]\nA=1\n");
@@ -224,7 +226,7 @@ TEST_F(PrivateProfilePosixTest, ReplacementNeverCarriesSpecialOrExecuteBits)
     EXPECT_EQ(1, Write(L"S", L"A", L"2"));
     struct stat st;
     ASSERT_EQ(0, stat(m_tmp.File("Config.ini").c_str(), &st));
-    EXPECT_EQ(0666u, st.st_mode & 07777);
+    EXPECT_EQ(0600u, st.st_mode & 07777);
     EXPECT_EQ("[S]\nA=2\n", Content());
 }
 
@@ -238,4 +240,59 @@ TEST_F(PrivateProfilePosixTest, FailedWriteLeavesNoTemporaryFile)
         ++iEntries;
     }
     EXPECT_EQ(1, iEntries);
+}
+
+// Another user puts a set-user-ID program with an INI tail where our
+// settings file lies, in a folder everybody may write, and runs it over and
+// over while we save: at no moment is there a program of ours to run, and
+// the file we leave has no execute, set-ID or sticky bit.
+TEST_F(PrivateProfilePosixTest, ASetUserIdFileInPlaceNeverBecomesOurs)
+{
+    const uid_t uidOther = 65534;
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to act as another user (nobody) beside the saving one";
+    }
+    if (access("/usr/bin/setpriv", X_OK) != 0 || access("/usr/bin/id", X_OK) != 0) {
+        GTEST_SKIP() << "needs /usr/bin/setpriv and /usr/bin/id";
+    }
+    ASSERT_EQ(0, chmod(m_tmp.Path().c_str(), 0777));
+    const std::string strFile = m_tmp.File("Config.ini");
+    Put(orvtest::ReadWholeFile("/usr/bin/id") + "\n[Setting]\nDefaultPrinter=Printer One\n");
+    ASSERT_EQ(0, chown(strFile.c_str(), uidOther, uidOther));
+    ASSERT_EQ(0, chmod(strFile.c_str(), 06777));
+    const std::string strSeen = m_tmp.File("seen");
+    const std::string strStop = m_tmp.File("stop");
+    m_tmp.WriteFile("seen", "");
+    ASSERT_EQ(0, chown(strSeen.c_str(), uidOther, uidOther));
+
+    // The other user: runs the file whenever it may, writing the
+    // effective user id it ran with.
+    const std::string strLoop = "while [ ! -e '" + strStop + "' ]; do '" + strFile + "' -u >>'" + strSeen +
+                                "' 2>/dev/null; done";
+    const pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        execl("/usr/bin/setpriv", "setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "/bin/sh", "-c",
+              strLoop.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    // The first run of the other user's program, as the other user.
+    for (int i = 0; i < 100000 && orvtest::ReadWholeFile(strSeen).empty(); ++i) {
+        usleep(1000);
+    }
+    for (int i = 0; i < 200; ++i) {
+        EXPECT_EQ(1, Write(L"Setting", L"DefaultPrinter", i % 2 ? L"Printer One" : L"Printer Two"));
+    }
+    m_tmp.WriteFile("stop", "");
+    int iStatus = 0;
+    ASSERT_EQ(pid, waitpid(pid, &iStatus, 0));
+
+    const std::string strRuns = orvtest::ReadWholeFile(strSeen);
+    EXPECT_EQ(0u, strRuns.find("65534\n")) << "the other user's program never ran";
+    EXPECT_EQ(std::string::npos, strRuns.find_first_not_of("65534\n")) << strRuns;
+    struct stat st;
+    ASSERT_EQ(0, lstat(strFile.c_str(), &st));
+    EXPECT_EQ(0u, st.st_mode & 07111);
+    EXPECT_EQ(0600u, st.st_mode & 07777);
+    EXPECT_EQ(geteuid(), st.st_uid);
 }

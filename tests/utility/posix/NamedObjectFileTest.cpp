@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <gtest/gtest.h>
+
+#include <vector>
 #include "logging/LogMacros.h"
 #include "support/LogCapture.h"
 #include "support/TempFolder.h"
@@ -54,13 +56,35 @@ TEST_F(NamedObjectFileTest, GlobalNamesLiveInTheSharedFolder)
     EXPECT_EQ("Orvprint_Popup_Dialog_SHM", location.strLeaf);
 }
 
-TEST(NamedObjectFolderTest, SharedFolderDefaultsToDevShm)
+// Without ORVPRINT_SHM_DIR the channel and the single-instance lock are the
+// user's own: they live in the user's private folder.
+TEST(NamedObjectFolderTest, SharedFolderIsTheUsersPrivateFolderWithoutTheVariable)
 {
     const char* szOld = std::getenv("ORVPRINT_SHM_DIR");
     if (szOld && *szOld) {
         GTEST_SKIP() << "ORVPRINT_SHM_DIR is set for this run";
     }
-    EXPECT_EQ("/dev/shm", SharedObjectFolder());
+    std::string strShared;
+    ASSERT_TRUE(SharedObjectFolder(strShared));
+    std::string strPrivate;
+    ASSERT_TRUE(PrivateObjectFolder(geteuid(), false, strPrivate));
+    EXPECT_EQ(strPrivate, strShared);
+    struct stat st;
+    ASSERT_EQ(0, lstat(strShared.c_str(), &st));
+    EXPECT_TRUE(S_ISDIR(st.st_mode));
+    EXPECT_EQ(geteuid(), st.st_uid);
+    EXPECT_EQ(0u, st.st_mode & 0077);
+}
+
+TEST(NamedObjectFolderTest, PrivateFoldersAreTriedInTheDocumentedOrder)
+{
+    const std::vector<std::string> vecFolders = PrivateFolderCandidates(1234);
+    ASSERT_LE(2u, vecFolders.size());
+    EXPECT_EQ("/run/user/1234", vecFolders[0]);
+    EXPECT_EQ("/tmp/orvprint-1234", vecFolders[1]);
+    const std::vector<std::string> vecOwn = PrivateFolderCandidates(geteuid());
+    ASSERT_EQ(3u, vecOwn.size());
+    EXPECT_EQ("/.cache/orv-soft/run", vecOwn[2].substr(vecOwn[2].size() - 20));
 }
 
 TEST_F(NamedObjectFileTest, OtherNamesLiveInTheUsersFolder)
@@ -78,7 +102,9 @@ TEST_F(NamedObjectFileTest, OtherNamesLiveInTheUsersFolder)
     if (szRuntime && szRuntime[0] == '/') {
         EXPECT_EQ(std::string(szRuntime), strUser);
     } else {
-        EXPECT_EQ("/tmp/orvprint-" + std::to_string(geteuid()), strUser);
+        std::string strPrivate;
+        ASSERT_TRUE(PrivateObjectFolder(geteuid(), false, strPrivate));
+        EXPECT_EQ(strPrivate, strUser);
         EXPECT_EQ(0700u, ModeOf(strUser) & 0777);
     }
 }

@@ -68,6 +68,8 @@ void RemoveRunFolder()
 // on tmpfs as in a session (/dev/shm, /run/user), files on disk:
 //   <tmpfs>/shm/      "Global\" objects (ORVPRINT_SHM_DIR)
 //   <tmpfs>/user/     the user's own objects (XDG_RUNTIME_DIR)
+//   <disk>/config/orv-soft  the user's settings folder (XDG_CONFIG_HOME), a
+//                     link to <disk>/temp
 //   <disk>/machine.ini  the machine registry (ORVPRINT_MACHINE_CONFIG), whose
 //                     client key names <disk>/temp as the folder of
 //                     Config.ini and <disk>/log as the log folder
@@ -112,6 +114,12 @@ bool MakeRunFolder()
     setenv("ORVPRINT_SHM_DIR", strShm.c_str(), 1);
     setenv("XDG_RUNTIME_DIR", strUser.c_str(), 1);
     setenv("ORVPRINT_MACHINE_CONFIG", strMachine.c_str(), 1);
+    // The user's own settings folder (Linux) is the run's Config.ini folder:
+    // one settings file, and nothing of the account that runs it touched.
+    mkdir((s_strRunFolder + "/config").c_str(), 0700);
+    symlink((s_strRunFolder + "/temp").c_str(), (s_strRunFolder + "/config/orv-soft").c_str());
+    setenv("XDG_CONFIG_HOME", (s_strRunFolder + "/config").c_str(), 1);
+    setenv("XDG_STATE_HOME", (s_strRunFolder + "/state").c_str(), 1);
     return true;
 }
 

@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <cwchar>
 #include <fcntl.h>
+#include <mutex>
 #include <pwd.h>
+#include <set>
 #include <sys/stat.h>
 #include <unistd.h>
 #include "language/TextConvert.h"
@@ -97,6 +99,16 @@ EFolderState CheckPrivateFolder(const std::string& strFolder, uid_t uid)
     return FOLDER_PRIVATE;
 }
 
+// True the first time a folder is refused in this process: every named
+// object is looked up through the list, and one ERROR line names it.
+bool FirstRefusal(const std::string& strFolder)
+{
+    static std::mutex s_mutex;
+    static std::set<std::string> s_setRefused;
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    return s_setRefused.insert(strFolder).second;
+}
+
 // Makes each missing folder of the path with mode 0700 (the umask may only
 // narrow it).
 void MakeFolders(const std::string& strFolder)
@@ -124,7 +136,7 @@ bool PrivateObjectFolder(uid_t uid, bool bCreate, std::string& strFolder)
             strFolder = vecFolders[i];
             return true;
         }
-        if (eState == FOLDER_REFUSED) {
+        if (eState == FOLDER_REFUSED && FirstRefusal(vecFolders[i])) {
             LogRefusedObject(vecFolders[i], "it is not a private folder of this user.");
         }
     }

@@ -86,13 +86,20 @@ log4cpp.appender.file.layout=org.apache.log4cpp.PatternLayout
 log4cpp.appender.file.layout.ConversionPattern=%m%n
 CONF
 printf '#!/bin/sh\nexec cat\n' >"$work/cups/filter/orvprint"
+chmod 755 "$work/cups/filter/orvprint"
 chmod -R a+rX "$work/bin" "$work/install" "$work/temp" "$work/cups" "$work/machine.ini"
 cp "$root/scripts/sample-request.json" "$work/request.json"
 chmod 644 "$work/request.json"
 
 as_user() { # USER COMMAND... : runs in that user's own session environment
+  (as_user_exec "$@")
+}
+
+# The same in place of the calling (sub)shell: "as_user_exec U CMD &" gives
+# $! the program's own process id.
+as_user_exec() { # USER COMMAND...
   local u=$1; shift
-  setpriv --reuid="$u" --regid="$(id -g "$u")" --init-groups \
+  exec setpriv --reuid="$u" --regid="$(id -g "$u")" --init-groups \
     env -i HOME="$work/home-$u" USER="$u" LOGNAME="$u" PATH=/usr/bin:/bin LANG=C.UTF-8 \
         DISPLAY="${DISPLAY:-}" QT_QPA_PLATFORM=xcb ORVPRINT_MACHINE_CONFIG="$work/machine.ini" \
         XDG_CONFIG_DIRS="$work/xdg-$u" CUPS_SERVERBIN="$work/cups" "$@"
@@ -116,7 +123,7 @@ channel_folder() { # USER
 
 declare -A orv_pid
 start_orvprintd() { # USER
-  as_user "$1" "$work/bin/OrvprintD" >"$work/$1.out" 2>&1 &
+  as_user_exec "$1" "$work/bin/OrvprintD" >"$work/$1.out" 2>&1 &
   orv_pid[$1]=$!
   pids+=("$!")
   wait_until_serving "$(channel_folder "$1")/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" "${orv_pid[$1]}"
@@ -165,7 +172,7 @@ check_eq "a second OrvprintD of $alice ends at once with 0, the first serves on"
 # OrvprintD, which is answered with Enter.
 declare -A send_pid
 for u in "$alice" "$bob"; do
-  as_user "$u" "$work/bin/orvprint-send" --timeout 120 "$work/request.json" >"$work/answer-$u.json" 2>&1 &
+  as_user_exec "$u" "$work/bin/orvprint-send" --timeout 120 "$work/request.json" >"$work/answer-$u.json" 2>&1 &
   send_pid[$u]=$!
   pids+=("$!")
 done
@@ -177,13 +184,13 @@ mapfile -t windows < <(xdotool search --onlyvisible --name "请选择打印选�
 check_eq "two dialogs are shown, one per user" 2 "${#windows[@]}"
 owners=()
 for w in "${windows[@]}"; do
-  pid=$(xdotool getwindowpid "$w" 2>/dev/null)
+  pid=$(xprop -id "$w" _NET_WM_PID 2>/dev/null | sed -n 's/.* = //p')
   owner=?
   for u in "$alice" "$bob"; do [ "$pid" = "${orv_pid[$u]}" ] && owner=$u; done
   owners+=("$owner")
 done
 check_eq "each dialog belongs to one user's OrvprintD" "$alice $bob" "$(printf '%s\n' "${owners[@]}" | sort | tr '\n' ' ' | sed 's/ $//')"
-import -window root "$work/two-dialogs.png" 2>/dev/null || true
+import -window root "$bin/../two-users-dialogs.png" 2>/dev/null || true
 for w in "${windows[@]}"; do press_key "$w" Return; done
 for u in "$alice" "$bob"; do
   wait "${send_pid[$u]}"

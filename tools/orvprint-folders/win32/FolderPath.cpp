@@ -101,6 +101,8 @@ bool CFolderPath::Parse(const std::wstring& strRoot, const std::wstring& strPath
     parsed.m_strRoot = strDrive;
     size_t uiFirst = 0;
     if (bBelowRoot) {
+        // The root as given, whatever the case of the path.
+        parsed.m_strRoot = strRootDrive;
         for (size_t i = 0; i < vecRootParts.size(); ++i) {
             parsed.m_strRoot += (i == 0 ? L"" : L"\\") + vecRootParts[i];
         }

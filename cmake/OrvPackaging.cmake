@@ -1,8 +1,9 @@
 # What the packages install (scripts/package.sh builds them).
 #
 # Windows: `cmake --install <build> --strip` gives the flat program folder
-# that packaging/windows/OrvprintD.wxs takes (OrvprintD.exe, LogConfig.conf);
-# wixl builds the MSI from it.
+# that packaging/windows/OrvprintD.wxs takes (OrvprintD.exe, LogConfig.conf,
+# and setup/orvprint-folders.exe for the Binary table); wixl builds the MSI
+# from it.
 #
 # Linux: the Debian package orvprintd_<version>_amd64.deb (CPack, DEB):
 #   /usr/lib/orv-soft/client/OrvprintD        the program (InstallDir, where
@@ -28,6 +29,10 @@ if(WIN32)
   if(TARGET OrvprintD)
     install(TARGETS OrvprintD RUNTIME DESTINATION .)
     install(FILES ${CMAKE_SOURCE_DIR}/logging/LogConfig.conf DESTINATION .)
+  endif()
+  # Run by the installer from its Binary table, not installed with it.
+  if(TARGET orvprint-folders)
+    install(TARGETS orvprint-folders RUNTIME DESTINATION setup)
   endif()
   return()
 endif()

@@ -74,7 +74,7 @@ fi
 
 if [ $want_msi -eq 1 ]; then
   configure "$win_dir" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake"
-  cmake --build "$win_dir" -j "$jobs" --target OrvprintD >"$win_dir.package-build.log" 2>&1 \
+  cmake --build "$win_dir" -j "$jobs" --target OrvprintD orvprint-folders >"$win_dir.package-build.log" 2>&1 \
     || { tail -40 "$win_dir.package-build.log"; echo "package: Windows build FAILED"; exit 1; }
   v=$(cat "$win_dir/orv-version.txt")
   msi=OrvprintD-${v}-x64.msi

@@ -56,6 +56,17 @@ COrvprintDDlg::COrvprintDDlg(void* pRecvBuffer, uint64_t* puiRecvSize, void* pRe
     if (pRecvBuffer && uiRecvSize >= CJobOptionData::MIN_BUFFER_SIZE && uiRecvSize <= CJobOptionData::MAX_BUFFER_SIZE) {
         const uint8_t* pbyRequest = static_cast<const uint8_t*>(pRecvBuffer);
         m_vecRequest.assign(pbyRequest, pbyRequest + uiRecvSize);
+        // The project count is read where the copy's printer count puts it,
+        // even beyond a short size (inside the request area): the copy
+        // holds that word too, taken once like the rest.
+        int32_t iPrinterCount = 0;
+        std::memcpy(&iPrinterCount, m_vecRequest.data(), sizeof(iPrinterCount));
+        const int64_t i64CountEnd =
+            4 + static_cast<int64_t>(sizeof(CJobOptionData::PRINTER_INFO)) * iPrinterCount + 4;
+        if (i64CountEnd > static_cast<int64_t>(uiRecvSize) &&
+            i64CountEnd <= static_cast<int64_t>(CJobOptionData::MAX_BUFFER_SIZE)) {
+            m_vecRequest.insert(m_vecRequest.end(), pbyRequest + uiRecvSize, pbyRequest + i64CountEnd);
+        }
         pRecvBuffer = m_vecRequest.data();
     }
     m_pJobOption.reset(new CJobOptionData(pRecvBuffer, uiRecvSize, true));

@@ -91,6 +91,18 @@ chmod -R a+rX "$work/bin" "$work/install" "$work/temp" "$work/cups" "$work/machi
 cp "$root/scripts/sample-request.json" "$work/request.json"
 chmod 644 "$work/request.json"
 
+# Under the sanitizers the users' programs keep the run's options, with
+# their reports in a folder they may write (checked at the end).
+mkdir -p "$work/sanitizer"
+chmod 1777 "$work/sanitizer"
+san_env=()
+for v in ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS TSAN_OPTIONS; do
+  [ -n "${!v:-}" ] || continue
+  supp=$(printf '%s' "${!v}" | sed -n 's#.*suppressions=\([^:]*\).*#\1#p')
+  [ -n "$supp" ] && cp "$supp" "$work/sanitizer/$v.supp" && chmod 644 "$work/sanitizer/$v.supp"
+  san_env+=("$v=$(printf '%s' "${!v}" | sed "s#log_path=[^:]*#log_path=$work/sanitizer/report#; s#suppressions=[^:]*#suppressions=$work/sanitizer/$v.supp#")")
+done
+
 as_user() { # USER COMMAND... : runs in that user's own session environment
   (as_user_exec "$@")
 }
@@ -102,7 +114,7 @@ as_user_exec() { # USER COMMAND...
   exec setpriv --reuid="$u" --regid="$(id -g "$u")" --init-groups \
     env -i HOME="$work/home-$u" USER="$u" LOGNAME="$u" PATH=/usr/bin:/bin LANG=C.UTF-8 \
         DISPLAY="${DISPLAY:-}" QT_QPA_PLATFORM=xcb ORVPRINT_MACHINE_CONFIG="$work/machine.ini" \
-        XDG_CONFIG_DIRS="$work/xdg-$u" CUPS_SERVERBIN="$work/cups" "$@"
+        XDG_CONFIG_DIRS="$work/xdg-$u" CUPS_SERVERBIN="$work/cups" "${san_env[@]}" "$@"
 }
 
 # The private folder that OrvprintD of user U uses: the session's runtime
@@ -213,4 +225,7 @@ if [ $quit_rc -eq 0 ]; then wait "${orv_pid[$alice]}"; alice_rc=$?; fi
 check_eq "$alice's --quit ends $alice's OrvprintD (both exit 0) and leaves $bob's serving" "0 0 yes" \
   "$quit_rc $alice_rc $(kill -0 "${orv_pid[$bob]}" 2>/dev/null && echo yes || echo no)"
 
+if [ ${#san_env[@]} -gt 0 ]; then
+  check_eq "the users' programs wrote no sanitizer report" "" "$(cat "$work"/sanitizer/report* 2>/dev/null)"
+fi
 summary_line "$name"

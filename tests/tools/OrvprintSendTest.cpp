@@ -116,9 +116,34 @@ TEST_F(OrvprintSendTest, TimeoutExitsThree)
     const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
     EXPECT_EQ(3, Send({"--timeout", "0.2", strFile}));
     EXPECT_EQ("", m_strOut);
-    EXPECT_EQ("orvprint-send: no answer within the time limit\n", m_strErr);
+    EXPECT_EQ("orvprint-send: timed out waiting for the answer\n", m_strErr);
     ASSERT_TRUE(receiver.WaitEntered());
     receiver.Release();
+    receiver.Stop();
+    EXPECT_EQ(6, receiver.Process().Wait());
+}
+
+// Another sender holds the senders' mutex (this test process) for longer
+// than the time limit: the tool gives up with the timeout code and says that
+// it was waiting for other senders, not for the answer.
+TEST_F(OrvprintSendTest, TimeoutWhileAnotherSenderHoldsTheChannelNamesThatWait)
+{
+    orvtest::ChildReceiver receiver(m_strBase, "answer");
+    ASSERT_TRUE(receiver.WaitReady());
+    const std::wstring strBase = orvtest::Wide(m_strBase);
+    orvtest::Handle hSenders(OrvUtility::CreateNamedMutex(
+        OrvUtility::CMsgQueueLayout::SenderMutexName(strBase).c_str(), true, OrvUtility::EVERYONE_MUTEX_ALL_ACCESS));
+    ASSERT_NE(nullptr, hSenders.h);
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    EXPECT_EQ(3, Send({"--timeout", "1", strFile}));
+    EXPECT_EQ("", m_strOut);
+    EXPECT_EQ("orvprint-send: timed out waiting for other senders to finish\n", m_strErr);
+
+    // The mutex was all that held it up.
+    ASSERT_EQ(1, OrvUtility::ReleaseNamedMutex(hSenders.h));
+    EXPECT_EQ(0, Send({"--timeout", "30", strFile})) << m_strErr;
+    EXPECT_EQ("{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"P1\",\"projectId\":\"J1\"}\n",
+              m_strOut);
     receiver.Stop();
     EXPECT_EQ(6, receiver.Process().Wait());
 }
@@ -195,6 +220,8 @@ TEST_F(OrvprintSendTest, HelpDocumentsTheFormat)
     EXPECT_NE(std::string::npos, m_strOut.find("usage: orvprint-send"));
     EXPECT_NE(std::string::npos, m_strOut.find("\"maxPagesPerJob\": 200"));
     EXPECT_NE(std::string::npos, m_strOut.find("Exit codes: 0 answered, 1 bad command line, 2 no receiver"));
+    EXPECT_NE(std::string::npos, m_strOut.find("  orvprint-send: timed out waiting for other senders to finish\n"));
+    EXPECT_NE(std::string::npos, m_strOut.find("  orvprint-send: timed out waiting for the answer\n"));
     EXPECT_EQ("", m_strErr);
 }
 

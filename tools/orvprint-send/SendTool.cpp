@@ -39,13 +39,20 @@ const char HELP[] =
     "\n"
     "Options:\n"
     "  --raw FILE         send the file's bytes unchanged as the request\n"
-    "  --timeout SECONDS  give up after this long (default: wait for ever)\n"
+    "  --timeout SECONDS  give up after this long (default: wait for ever); the\n"
+    "                     limit covers the whole exchange: the wait for other\n"
+    "                     senders (one request at a time) and the wait for the\n"
+    "                     answer together\n"
     "  --name BASE        channel base name (default Orvprint_Popup_Dialog)\n"
     "  --help             this text\n"
     "\n"
     "Exit codes: 0 answered, 1 bad command line, 2 no receiver (or it went away\n"
     "without answering), 3 timed out, 4 bad input file, 5 platform failure,\n"
     "6 malformed answer.\n"
+    "\n"
+    "A timeout (exit 3) says on standard error which wait ran out:\n"
+    "  orvprint-send: timed out waiting for other senders to finish\n"
+    "  orvprint-send: timed out waiting for the answer\n"
     "\n";
 
 std::string Utf8(const std::wstring& strText)
@@ -246,8 +253,11 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
     case OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER:
         strErr += "orvprint-send: no receiver on " + Utf8(strBase) + " (or it went away without answering)\n";
         return EXIT_NO_RECEIVER;
+    case OrvUtility::CMsgQueueSender::SEND_SENDERS_TIMED_OUT:
+        strErr += "orvprint-send: timed out waiting for other senders to finish\n";
+        return EXIT_TIMED_OUT;
     case OrvUtility::CMsgQueueSender::SEND_TIMED_OUT:
-        strErr += "orvprint-send: no answer within the time limit\n";
+        strErr += "orvprint-send: timed out waiting for the answer\n";
         return EXIT_TIMED_OUT;
     case OrvUtility::CMsgQueueSender::SEND_REQUEST_TOO_LONG:
         strErr += "orvprint-send: " + Utf8(strFile) + ": longer than the request area\n";

@@ -348,6 +348,34 @@ TEST_F(OrvprintSendTest, MalformedAnswersExitSixNamingWhatWasWrong)
     }
 }
 
+// Ids with control characters from the receiver: the JSON stays valid and
+// carries them as escapes; no control byte reaches the terminal.
+TEST_F(OrvprintSendTest, ControlCharactersOfAnAnswerAreEscapedInTheJson)
+{
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    RawReceiver receiver(m_strBase, 44, Answer(0, u"A\x1b[2J\n", u"B\u009bC\x7f"), 0);
+    ASSERT_TRUE(receiver.Ready());
+    EXPECT_EQ(0, Send({"--timeout", "30", strFile})) << m_strErr;
+    EXPECT_EQ("{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"A\\u001b[2J\\n\","
+              "\"projectId\":\"B\\u009bC\\u007f\"}\n",
+              m_strOut);
+    EXPECT_EQ("", m_strErr);
+}
+
+// Texts from the command line and the request file in error messages: their
+// control characters are shown as text.
+TEST_F(OrvprintSendTest, ControlCharactersInErrorMessagesAreShownAsText)
+{
+    const std::string strFile =
+        WriteFile("request.json", "{\"printers\":[{\"id\":\"P1\",\"name\":\"x\",\"\\u001b[31m\\u009b\":1}]}");
+    EXPECT_EQ(4, Send({strFile}));
+    EXPECT_EQ("orvprint-send: " + strFile + ": printers[0].\\x1b[31m\\u009b: unknown field\n", m_strErr);
+    EXPECT_EQ(1, Run({"--timeout", "1\x1b[2J", strFile}));
+    EXPECT_EQ("orvprint-send: --timeout needs a number of seconds, not \"1\\x1b[2J\"\n", m_strErr);
+    EXPECT_EQ(1, Run({"--bogus\x1b]0;x\x07"}));
+    EXPECT_EQ(0u, m_strErr.find("orvprint-send: unexpected argument \"--bogus\\x1b]0;x\\x07\"\n")) << m_strErr;
+}
+
 TEST_F(OrvprintSendTest, WellFormedAnswersOfARawReceiverExitZero)
 {
     const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);

@@ -60,6 +60,22 @@ std::string FindLogConfigFile()
     return strPath;
 }
 
+std::string FindLogFolder()
+{
+    Language::CMachineRegistryKey objKey;
+    if (objKey.Open(L"Software\\Orv-soft\\Client", Language::CMachineRegistryKey::ACCESS_READ) !=
+        Language::MachineRegistryStatus::OK) {
+        return std::string();
+    }
+    wchar_t szFolder[260] = {0};
+    uint32_t uiBytes = sizeof(szFolder) / sizeof(szFolder[0]) * Language::CMachineRegistryKey::CHAR_BYTES;
+    if (objKey.QueryValue(L"LogDir", szFolder, &uiBytes) != Language::MachineRegistryStatus::OK) {
+        return std::string();
+    }
+    szFolder[259] = L'\0';
+    return Language::AnsiFromWide(szFolder);
+}
+
 int CallUpPP()
 {
     ORV_TRACE_SCOPE("CallUpPP");

@@ -22,3 +22,8 @@ int CallUpPP();
 // Full path of LogConfig.conf in the installation folder (the client key's
 // "InstallDir", else the server key's), or "" when neither holds a readable one.
 std::string FindLogConfigFile();
+
+// The log folder: the client key's "LogDir" as narrow text in the system's
+// code page (like the configuration's path), or "" when it cannot be read.
+// Relative log file names of LogConfig.conf are taken in it.
+std::string FindLogFolder();

@@ -381,10 +381,12 @@ void COrvprintDDlg::OnBnClickedOk()
         m_spConfig->Set_DefaultPrinter(strPrinterName);
         m_spConfig->Set_DefaultProject(strProjectName);
     }
-    // The names come from the request: each "%" is doubled so that the
+    // The names come from the request: control characters are shown as
+    // text (one record, one line), and each "%" is doubled so that the
     // record's second formatting gives them back as they are.
-    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S", Language::EscapePercent(strPrinterName).c_str(),
-                       Language::EscapePercent(strProjectName).c_str());
+    ORV_LOG_INFO_PLAIN("Selected printer : %S, selected project : %S",
+                       Language::EscapePercent(Language::EscapeControls(strPrinterName)).c_str(),
+                       Language::EscapePercent(Language::EscapeControls(strProjectName)).c_str());
 
     m_pView->EndDialog(RESULT_OK);
 }

@@ -79,6 +79,9 @@ int RunOrvprintD()
     // first record, so that Chinese names come out from the first line on.
     paramtrace::SetRecordTextLocale();
     const std::string strLogConfig = FindLogConfigFile();
+    // A relative log file name is taken in the log folder, not in whatever
+    // folder the program was started in.
+    SetLogFolder(FindLogFolder().c_str());
     InitLogging(strLogConfig.c_str());
     // No trace scope is open yet, so this record finds no category.
     if (IsFatalEnabled()) {

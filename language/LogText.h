@@ -25,4 +25,26 @@ namespace Language {
 std::string EscapePercent(const std::string& strText);
 std::wstring EscapePercent(const std::wstring& strText);
 
+// Such texts may also hold control characters: a line end that forges a
+// second log line ("A\nFATAL forged"), or an escape sequence that a terminal
+// would act on when the log or a tool's output is shown. EscapeControls
+// writes each control character as visible text, one log line and no
+// terminal control for any text:
+//
+//   CR, LF, TAB                 \r  \n  \t
+//   other C0 controls and DEL   \xHH     (U+0000-U+001F, U+007F; ESC is \x1b)
+//   C1 controls                 \u00HH   (U+0080-U+009F)
+//
+// with HH two lower-case hexadecimal digits. Every other character, the
+// backslash included, stays as it is, so a text without control characters
+// comes out unchanged (byte for byte). The result is for people to read: it
+// is not meant to be turned back.
+//
+// The narrow form takes UTF-8 (a C1 control is the two bytes C2 80-C2 9F);
+// text in another code page is escaped in its wide form before it is made
+// narrow. Apply it before EscapePercent where both are needed (the order
+// does not change the result: neither adds what the other changes).
+std::string EscapeControls(const std::string& strUtf8);
+std::wstring EscapeControls(const std::wstring& strText);
+
 } // namespace Language

@@ -13,6 +13,15 @@
 int InitLogging(const char* szConfigPath); // always 0
 void ShutdownLogging();
 
+// The log folder (the client's LogDir), as narrow text like the
+// configuration's path. A file appender whose file name in the configuration
+// is relative writes into this folder, never into the current folder; the
+// name stays as the configuration has it (OrvprintD.log, logs/OrvprintD.log).
+// Set it before InitLogging. Null or empty: there is no log folder, and a
+// relative file name is refused (its appender writes nowhere, and the
+// refusal is reported like a refused log file).
+void SetLogFolder(const char* szFolder);
+
 void LogFatal(const char* szFormat, ...);
 void LogError(const char* szFormat, ...);
 void LogWarning(const char* szFormat, ...);

@@ -198,14 +198,15 @@ std::string ValueText<SERVER_CONFIG>::Text(const SERVER_CONFIG& stuConfig)
 
 std::string ValueText<CLIENT_SETTING>::Text(const CLIENT_SETTING& stuSetting)
 {
-    // The default names were taken from earlier requests; the text becomes the
-    // format of a "Param" record, so each "%" in it is doubled.
+    // The default names were taken from earlier requests (and Config.ini may
+    // be edited by hand): their control characters are shown as text, and as
+    // the text becomes the format of a "Param" record, each "%" is doubled.
     return Language::EscapePercent("{"
            ",bDisplayProjectSelection = " + std::to_string(stuSetting.bDisplayProjectSelection) +
            ",bCanSelectNoPrinter = " + std::to_string(stuSetting.bCanSelectNoPrinter) +
            ",bCanSelectNoProject = " + std::to_string(stuSetting.bCanSelectNoProject) +
-           ",szDefaultPrinter = " + Language::NarrowFromWide(stuSetting.szDefaultPrinter) +
-           ",szDefaultProject = " + Language::NarrowFromWide(stuSetting.szDefaultProject) +
+           ",szDefaultPrinter = " + Language::NarrowFromWide(Language::EscapeControls(stuSetting.szDefaultPrinter)) +
+           ",szDefaultProject = " + Language::NarrowFromWide(Language::EscapeControls(stuSetting.szDefaultProject)) +
            "}");
 }
 

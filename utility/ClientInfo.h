@@ -106,7 +106,8 @@ struct ValueText<SERVER_CONFIG> {
 };
 
 // "{,bDisplayProjectSelection = 1,bCanSelectNoPrinter = 0,bCanSelectNoProject = 0,
-//   szDefaultPrinter = ...,szDefaultProject = ...}" (one line; names as narrow text,
+//   szDefaultPrinter = ...,szDefaultProject = ...}" (one line; names as narrow text
+//   with their control characters shown as text (Language::EscapeControls),
 //   each "%" doubled: the text is the format of a "Param" record)
 template <>
 struct ValueText<CLIENT_SETTING> {

@@ -6,6 +6,7 @@
 #include "logging/FunctionTrace.h"
 
 int InitLogging(const char*) { return 0; }
+void SetLogFolder(const char*) {}
 void ShutdownLogging() {}
 
 void LogFatal(const char*, ...) {}

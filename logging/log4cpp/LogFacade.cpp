@@ -290,6 +290,15 @@ int InitLogging(const char* szConfigPath)
     return 0;
 }
 
+void SetLogFolder(const char* szFolder)
+{
+    CallerErrorState errorState;
+    try {
+        LogState::SetLogFolder(szFolder ? szFolder : "");
+    } catch (...) {
+    }
+}
+
 void ShutdownLogging()
 {
     CallerErrorState errorState;

@@ -11,6 +11,7 @@
 #include "logging/FunctionTraceScope.h"
 #include "logging/LogMacros.h"
 #include "logging/log4cpp/LogFileState.h"
+#include "logging/log4cpp/LogState.h"
 
 namespace {
 
@@ -99,6 +100,19 @@ std::map<std::string, std::string> LoadProperties(const std::string& strText)
     return mapProperties;
 }
 
+// A text that log4cpp's substitution gives back as it is: each "${" is
+// written as "${${}".
+std::string Unsubstituted(const std::string& strText)
+{
+    std::string strResult;
+    size_t uiLeft = 0;
+    for (size_t uiAt = strText.find("${"); uiAt != std::string::npos; uiAt = strText.find("${", uiLeft)) {
+        strResult += strText.substr(uiLeft, uiAt - uiLeft) + "${${}";
+        uiLeft = uiAt + 2;
+    }
+    return strResult + strText.substr(uiLeft);
+}
+
 // The configured path and the descriptor of a file appender, which log4cpp
 // keeps protected.
 struct FileAppenderFields : log4cpp::FileAppender {
@@ -110,6 +124,32 @@ struct FileAppenderFields : log4cpp::FileAppender {
 };
 
 } // namespace
+
+const char* CLogFileGuard::InLogFolder(const std::string& strName, std::string& strPath)
+{
+    strPath.clear();
+    switch (LogFileState::KindOfName(strName)) {
+    case LogFileState::NAME_FULL:
+        strPath = strName;
+        return nullptr;
+    case LogFileState::NAME_DRIVE_RELATIVE:
+        return "it is relative to the current folder of a drive, not a name in the log folder.";
+    case LogFileState::NAME_RELATIVE:
+    default:
+        break;
+    }
+    const std::string& strFolder = LogState::GetLogFolder();
+    if (strFolder.empty()) {
+        return "it is a relative name and there is no log folder (LogDir) to take it in.";
+    }
+    const std::string strInFolder = LogFileState::InFolder(strFolder, strName);
+    if (strInFolder.find('#') != std::string::npos) {
+        // The configuration cannot hold it: "#" begins a comment there.
+        return "its path in the log folder has a \"#\", which the configuration cannot hold.";
+    }
+    strPath = strInFolder;
+    return nullptr;
+}
 
 CLogFileGuard::~CLogFileGuard()
 {
@@ -148,14 +188,25 @@ std::string CLogFileGuard::Prepare(const std::string& strConfigPath)
 
     std::string strOverrides;
     for (const auto& file : FileAppenders(strText)) {
-        const char* szRefusal = nullptr;
-        const int iFd = LogFileState::OpenChecked(file.second, &szRefusal);
+        // The first definition of a key wins: an override line, put first,
+        // replaces the file name of the configuration.
+        const std::string strKey = "log4cpp.appender." + file.first + ".fileName=";
+        std::string strPath;
+        const char* szRefusal = InLogFolder(file.second, strPath);
+        int iFd = -1;
+        if (!szRefusal) {
+            iFd = LogFileState::OpenChecked(strPath, &szRefusal);
+        }
         if (szRefusal) {
-            m_vecRefused.emplace_back(file.second, szRefusal);
-            // The first definition of a key wins: this line, put first.
-            strOverrides += "log4cpp.appender." + file.first + ".fileName=" + NULL_DEVICE + "\n";
-        } else if (iFd >= 0) {
-            m_vecChecked.push_back(SChecked{file.second, iFd});
+            m_vecRefused.emplace_back(strPath.empty() ? file.second : strPath, szRefusal);
+            strOverrides += strKey + NULL_DEVICE + "\n";
+            continue;
+        }
+        if (strPath != file.second) {
+            strOverrides += strKey + Unsubstituted(strPath) + "\n";
+        }
+        if (iFd >= 0) {
+            m_vecChecked.push_back(SChecked{strPath, iFd});
         }
     }
     if (strOverrides.empty()) {

@@ -12,6 +12,11 @@
 // following links; one that is refused goes to the null device instead, and
 // the refusal is logged once logging runs. log4cpp then opens the same
 // names, and each appender is made to write into the very file checked here.
+//
+// A relative file name is taken in the log folder (SetLogFolder), never in
+// the process's current folder: the appender is given the name inside the
+// log folder. Without a log folder such a file is refused like a planted
+// one.
 class CLogFileGuard {
 public:
     CLogFileGuard() = default;
@@ -33,6 +38,11 @@ public:
     // The appender names and file names as log4cpp reads them from text
     // (variables substituted, first definition wins). For tests.
     static std::vector<std::pair<std::string, std::string>> FileAppenders(const std::string& strText);
+
+    // Where the file of a configured name is: strPath is the name itself
+    // when it is a full path, else the name inside the log folder. Null, or
+    // the reason why the name cannot be used (strPath is then empty).
+    static const char* InLogFolder(const std::string& strName, std::string& strPath);
 
 private:
     struct SChecked {

@@ -43,4 +43,14 @@ std::string InMemoryFile(const std::string& strText, int* piFd);
 // Writes one line to standard error (a refusal that no log file may show).
 void ReportToConsole(const std::string& strLine);
 
+// How a file name of the configuration is taken: NAME_FULL as it stands,
+// NAME_RELATIVE inside the log folder. NAME_DRIVE_RELATIVE (Windows "C:name",
+// relative to the current folder of that drive) cannot be taken in the log
+// folder and is refused.
+enum ENameKind { NAME_FULL, NAME_RELATIVE, NAME_DRIVE_RELATIVE };
+ENameKind KindOfName(const std::string& strName);
+
+// strName inside strFolder (one separator between them).
+std::string InFolder(const std::string& strFolder, const std::string& strName);
+
 } // namespace LogFileState

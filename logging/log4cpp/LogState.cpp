@@ -7,6 +7,7 @@
 std::atomic<bool> LogState::s_bDisabled{true};
 std::atomic<log4cpp::Filter*> LogState::s_pFilter{nullptr};
 std::atomic<uint64_t> LogState::s_uiGeneration{0};
+std::string LogState::s_strLogFolder;
 
 void LogState::ReplaceFilter(log4cpp::Filter* pFilter)
 {

@@ -29,10 +29,16 @@ public:
     static uint64_t Generation() { return s_uiGeneration.load(std::memory_order_acquire); }
     static void NextGeneration() { s_uiGeneration.fetch_add(1, std::memory_order_acq_rel); }
 
+    // The folder of relative log file names (SetLogFolder), empty for none.
+    // Written before InitLogging, read by it.
+    static const std::string& GetLogFolder() { return s_strLogFolder; }
+    static void SetLogFolder(const std::string& strFolder) { s_strLogFolder = strFolder; }
+
 private:
     static std::atomic<bool> s_bDisabled;
     static std::atomic<log4cpp::Filter*> s_pFilter;
     static std::atomic<uint64_t> s_uiGeneration;
+    static std::string s_strLogFolder;
 };
 
 // The filter chain's verdict on an entry text (true without a chain): what

@@ -82,3 +82,12 @@ TEST_F(LogConfigLookupTest, AChineseInstallDirIsFoundInTheSystemCodePage)
         std::fclose(pFile);
     }
 }
+
+TEST_F(LogConfigLookupTest, TheLogFolderIsTheClientKeysLogDir)
+{
+    const std::wstring strLogDir = Folder() + AppPlatform::GetPathSeparator() + L"logs";
+    m_store.Set(CLIENT_KEY, L"LogDir", strLogDir);
+    EXPECT_EQ(Language::AnsiFromWide(strLogDir), FindLogFolder());
+    m_store.Remove(CLIENT_KEY, L"LogDir");
+    EXPECT_EQ("", FindLogFolder());
+}

@@ -511,6 +511,29 @@ TEST_F(OrvprintDDlgTest, SelectedNamesWithPrintfConversionsAreLoggedAsTheyAre)
     }
 }
 
+// A name with a line end cannot forge a record of its own, nor can an escape
+// sequence reach whoever reads the log on a terminal: the record is one line
+// with the control characters written as text.
+TEST_F(OrvprintDDlgTest, SelectedNamesWithControlCharactersGiveOneLogLine)
+{
+    orvtest::LogCapture cap;
+    m_request.Printer(u"P0", u"A\nFATAL forged").Project(u"J1", u"B\r\x1b[2J\u009b\x7f\tC");
+    Run(OK);
+    EXPECT_EQ(Answer(0, u"P0", u"J1"), Reply());
+    if (!cap.Available()) {
+        GTEST_SKIP() << "the log facade is disabled in this build: the record cannot be read";
+    }
+    const std::string strExpected =
+        "INFO - Selected printer : A\\nFATAL forged, selected project : B\\r\\x1b[2J\\u009b\\x7f\\tC";
+    EXPECT_EQ(1, cap.Count(strExpected)) << cap.Text();
+    EXPECT_EQ(1, cap.Count("FATAL forged")) << cap.Text();
+    for (const std::string& strLine : cap.Lines()) {
+        EXPECT_NE(0u, strLine.find("FATAL forged")) << "a line of its own: " << cap.Text();
+        EXPECT_EQ(std::string::npos, strLine.find('\x1b')) << cap.Text();
+        EXPECT_EQ(std::string::npos, strLine.find('\r')) << cap.Text();
+    }
+}
+
 // -------------------------------------------------------------- failures
 
 TEST_F(OrvprintDDlgTest, ConfigFailureTellsTheUserAndLeavesTheDialogOpen)

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <future>
 #include <memory>
 #include <string>
@@ -12,6 +13,7 @@
 #include "FakeDlgConfig.h"
 #include "FakeOrvprintDDlgView.h"
 #include "support/JobRequestBuilder.h"
+#include "Src/PrintingService/Common/Include/MsgQueueEx.h"
 #include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
 #include "app/OrvprintDDlg.h"
@@ -21,7 +23,9 @@
 #include "support/ChildMain.h"
 #include "support/ChildProcess.h"
 #include "support/LogCapture.h"
+#include "utility/NamedEvent.h"
 #include "utility/NamedMutex.h"
+#include "utility/SharedBlock.h"
 
 namespace {
 
@@ -224,6 +228,85 @@ TEST_F(PopupThreadTest, MalformedRequestsAreAnsweredAsCancelledAndServingGoesOn)
         EXPECT_EQ(1, cap.Count(") : catched exception, code = 3. The request is answered as cancelled."));
         EXPECT_EQ(1, cap.Count("INFO - User clicked OK, orvprintD dialog closed."));
     }
+}
+
+// The flooding sender process: NAME. Writes one request into the block and
+// sets the request event over and over without waiting for answers, setting
+// NAME + "_TEST_FLOODED" after each, until NAME + "_TEST_STOP" is set.
+ORV_CHILD_MAIN(PopupFloodSender)
+{
+    using namespace OrvUtility;
+    if (args.size() != 1) return 100;
+    const std::wstring strName = Language::WideFromUtf8(args[0]);
+    const CMsgQueueLayout layout(CMsgQueueLayout::JOB_REQUEST_CAPACITY, CMsgQueueLayout::JOB_RESPONSE_CAPACITY);
+    const std::pair<NamedHandle, uint8_t*> block =
+        OpenOrCreateFileMapping(CMsgQueueLayout::BlockName(strName), layout.BlockSize());
+    const NamedHandle hSend = OpenOrCreateEvent(CMsgQueueLayout::SendEventName(strName));
+    const NamedHandle hFlooded = OpenNamedEvent(L"Global\\" + strName + L"_TEST_FLOODED");
+    const NamedHandle hStop = OpenNamedEvent(L"Global\\" + strName + L"_TEST_STOP");
+    if (!block.first || !block.second || !hSend || !hFlooded || !hStop) return 10;
+    const std::vector<uint8_t> vecRequest = OnePrinterRequest();
+    const uint64_t uiLength = vecRequest.size();
+    std::memcpy(block.second + layout.RequestOffset(), vecRequest.data(), vecRequest.size());
+    std::memcpy(block.second + layout.RequestLengthOffset(), &uiLength, sizeof(uiLength));
+    while (WaitForNamedEvent(hStop, 0) != NAMED_WAIT_OBJECT_0) {
+        if (!SetNamedEvent(hSend) || !SetNamedEvent(hFlooded)) return 11;
+    }
+    UnmapSharedBlock(block.second);
+    for (NamedHandle h : {block.first, hSend, hFlooded, hStop}) {
+        CloseNamedObject(h);
+    }
+    return 0;
+}
+
+// ForceQuit (what --quit and SIGTERM come to) while another process floods
+// the channel: the dialog in hand is answered, and no other dialog follows.
+TEST_F(PopupThreadTest, AFloodOfRequestsDoesNotDelayTheQuit)
+{
+    const std::wstring strName = UniqueQueueName();
+    OrvUtility::NamedHandle hFlooded = OrvUtility::CreateNamedEvent(
+        (L"Global\\" + strName + L"_TEST_FLOODED").c_str(), OrvUtility::EVERYONE_EVENT_ALL_ACCESS);
+    OrvUtility::NamedHandle hStop = OrvUtility::CreateNamedEvent((L"Global\\" + strName + L"_TEST_STOP").c_str(),
+                                                                 OrvUtility::EVERYONE_EVENT_ALL_ACCESS);
+    ASSERT_NE(nullptr, hFlooded);
+    ASSERT_NE(nullptr, hStop);
+    const int GIVE_UP_AT = 20; // a thread that serves on is let go here
+    std::atomic<int> iDialogs{0};
+    std::atomic<bool> bFloodedAfterQuit{true};
+    CPopupThread* pThread = nullptr;
+    ScriptDialogs(iDialogs, [&](orvtest::CFakeOrvprintDDlgView& v) {
+        if (iDialogs.load() == 1) {
+            pThread->ForceQuit();
+            // Two "flooded" signals after a drain: the second one follows a
+            // request event set after the quit.
+            OrvUtility::WaitForNamedEvent(hFlooded, 0);
+            for (int i = 0; i < 2; ++i) {
+                if (OrvUtility::WaitForNamedEvent(hFlooded, 30000) != OrvUtility::NAMED_WAIT_OBJECT_0) {
+                    bFloodedAfterQuit = false;
+                }
+            }
+        }
+        if (iDialogs.load() == GIVE_UP_AT) {
+            OrvUtility::SetNamedEvent(hStop);
+        }
+        v.ClickOk();
+    });
+    CPopupThread objThread(strName);
+    pThread = &objThread;
+    ASSERT_EQ(0u, objThread.Begin());
+    orvtest::WaitServingEvents([&] { return IsServing(strName); });
+
+    auto pFlooder = orvtest::ChildProcess::StartSelf("PopupFloodSender", {Language::Utf8FromWide(strName)});
+    ASSERT_TRUE(pFlooder);
+    orvtest::WaitServingEvents([&] { return !IsServing(strName); });
+    objThread.Join();
+    OrvUtility::SetNamedEvent(hStop);
+    EXPECT_EQ(0, pFlooder->Wait());
+    EXPECT_TRUE(bFloodedAfterQuit.load());
+    EXPECT_EQ(6, objThread.GetLoopResult());
+    EXPECT_EQ(1, iDialogs.load()) << "dialogs after the quit: " << iDialogs.load() - 1;
+    OrvUtility::CloseNamedObject(hFlooded);
+    OrvUtility::CloseNamedObject(hStop);
 }
 
 // Pause and Resume of the popup thread do nothing but their trace scopes:

@@ -122,3 +122,40 @@ TEST(LogTextTest, RecordsThatStopInsideAnEscapedPercentAreWritten)
     // every platform (the facade forms the record itself).
     EXPECT_EQ("", vecRecords[2]);
 }
+
+using Language::EscapeControls;
+
+TEST(LogTextTest, TextWithoutControlCharactersIsUnchanged)
+{
+    // Backslashes, "%", Chinese and other characters beyond ASCII stay.
+    const std::string strNarrow = "\\\\server\\Printer 3 %s 打印机 ä 😀 \xc2\xa0\xc2\xbf";
+    EXPECT_EQ(strNarrow, EscapeControls(strNarrow));
+    EXPECT_EQ("", EscapeControls(std::string()));
+    const std::wstring strWide = L"\\\\server\\Printer 3 %s 打印机 ä \u00a0\u00ff";
+    EXPECT_EQ(strWide, EscapeControls(strWide));
+    EXPECT_EQ(L"", EscapeControls(std::wstring()));
+}
+
+TEST(LogTextTest, ControlCharactersAreWrittenAsText)
+{
+    EXPECT_EQ("A\\nFATAL forged", EscapeControls(std::string("A\nFATAL forged")));
+    EXPECT_EQ("\\r\\n\\t", EscapeControls(std::string("\r\n\t")));
+    EXPECT_EQ("\\x1b[31mred\\x1b[0m", EscapeControls(std::string("\x1b[31mred\x1b[0m")));
+    EXPECT_EQ("\\x00\\x01\\x07\\x08\\x0b\\x0c\\x1f\\x7f", EscapeControls(std::string("\x00\x01\x07\x08\x0b\x0c\x1f\x7f", 8)));
+    // C1 controls: two bytes in UTF-8.
+    EXPECT_EQ("a\\u0080b\\u0085c\\u009bd\\u009f", EscapeControls(std::string("a\xc2\x80" "b\xc2\x85" "c\xc2\x9b" "d\xc2\x9f")));
+    // The same in wide text.
+    EXPECT_EQ(L"A\\nFATAL forged", EscapeControls(std::wstring(L"A\nFATAL forged")));
+    EXPECT_EQ(L"\\x1b]0;title\\x07", EscapeControls(std::wstring(L"\x1b]0;title\x07")));
+    EXPECT_EQ(L"\\x00\\x7f\\u0080\\u009b\\u009f", EscapeControls(std::wstring(L"\x00\x7f\u0080\u009b\u009f", 5)));
+    EXPECT_EQ(L"打印机\\r\\n", EscapeControls(std::wstring(L"打印机\r\n")));
+}
+
+// After EscapePercent too, one formatting gives the escaped text: the two
+// escapes do not meet.
+TEST(LogTextTest, BothEscapesTogether)
+{
+    EXPECT_EQ("100%%\\n%%s", EscapePercent(EscapeControls(std::string("100%\n%s"))));
+    EXPECT_EQ(EscapePercent(EscapeControls(std::string("100%\n%s"))),
+              EscapeControls(EscapePercent(std::string("100%\n%s"))));
+}

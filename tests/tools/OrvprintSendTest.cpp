@@ -116,9 +116,34 @@ TEST_F(OrvprintSendTest, TimeoutExitsThree)
     const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
     EXPECT_EQ(3, Send({"--timeout", "0.2", strFile}));
     EXPECT_EQ("", m_strOut);
-    EXPECT_EQ("orvprint-send: no answer within the time limit\n", m_strErr);
+    EXPECT_EQ("orvprint-send: timed out waiting for the answer\n", m_strErr);
     ASSERT_TRUE(receiver.WaitEntered());
     receiver.Release();
+    receiver.Stop();
+    EXPECT_EQ(6, receiver.Process().Wait());
+}
+
+// Another sender holds the senders' mutex (this test process) for longer
+// than the time limit: the tool gives up with the timeout code and says that
+// it was waiting for other senders, not for the answer.
+TEST_F(OrvprintSendTest, TimeoutWhileAnotherSenderHoldsTheChannelNamesThatWait)
+{
+    orvtest::ChildReceiver receiver(m_strBase, "answer");
+    ASSERT_TRUE(receiver.WaitReady());
+    const std::wstring strBase = orvtest::Wide(m_strBase);
+    orvtest::Handle hSenders(OrvUtility::CreateNamedMutex(
+        OrvUtility::CMsgQueueLayout::SenderMutexName(strBase).c_str(), true, OrvUtility::EVERYONE_MUTEX_ALL_ACCESS));
+    ASSERT_NE(nullptr, hSenders.h);
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    EXPECT_EQ(3, Send({"--timeout", "1", strFile}));
+    EXPECT_EQ("", m_strOut);
+    EXPECT_EQ("orvprint-send: timed out waiting for other senders to finish\n", m_strErr);
+
+    // The mutex was all that held it up.
+    ASSERT_EQ(1, OrvUtility::ReleaseNamedMutex(hSenders.h));
+    EXPECT_EQ(0, Send({"--timeout", "30", strFile})) << m_strErr;
+    EXPECT_EQ("{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"P1\",\"projectId\":\"J1\"}\n",
+              m_strOut);
     receiver.Stop();
     EXPECT_EQ(6, receiver.Process().Wait());
 }
@@ -195,6 +220,8 @@ TEST_F(OrvprintSendTest, HelpDocumentsTheFormat)
     EXPECT_NE(std::string::npos, m_strOut.find("usage: orvprint-send"));
     EXPECT_NE(std::string::npos, m_strOut.find("\"maxPagesPerJob\": 200"));
     EXPECT_NE(std::string::npos, m_strOut.find("Exit codes: 0 answered, 1 bad command line, 2 no receiver"));
+    EXPECT_NE(std::string::npos, m_strOut.find("  orvprint-send: timed out waiting for other senders to finish\n"));
+    EXPECT_NE(std::string::npos, m_strOut.find("  orvprint-send: timed out waiting for the answer\n"));
     EXPECT_EQ("", m_strErr);
 }
 
@@ -319,6 +346,34 @@ TEST_F(OrvprintSendTest, MalformedAnswersExitSixNamingWhatWasWrong)
         EXPECT_EQ(c.szJson, m_strOut);
         EXPECT_EQ(c.szError, m_strErr);
     }
+}
+
+// Ids with control characters from the receiver: the JSON stays valid and
+// carries them as escapes; no control byte reaches the terminal.
+TEST_F(OrvprintSendTest, ControlCharactersOfAnAnswerAreEscapedInTheJson)
+{
+    const std::string strFile = WriteFile("request.json", SAMPLE_REQUEST);
+    RawReceiver receiver(m_strBase, 44, Answer(0, u"A\x1b[2J\n", u"B\u009bC\x7f"), 0);
+    ASSERT_TRUE(receiver.Ready());
+    EXPECT_EQ(0, Send({"--timeout", "30", strFile})) << m_strErr;
+    EXPECT_EQ("{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"A\\u001b[2J\\n\","
+              "\"projectId\":\"B\\u009bC\\u007f\"}\n",
+              m_strOut);
+    EXPECT_EQ("", m_strErr);
+}
+
+// Texts from the command line and the request file in error messages: their
+// control characters are shown as text.
+TEST_F(OrvprintSendTest, ControlCharactersInErrorMessagesAreShownAsText)
+{
+    const std::string strFile =
+        WriteFile("request.json", "{\"printers\":[{\"id\":\"P1\",\"name\":\"x\",\"\\u001b[31m\\u009b\":1}]}");
+    EXPECT_EQ(4, Send({strFile}));
+    EXPECT_EQ("orvprint-send: " + strFile + ": printers[0].\\x1b[31m\\u009b: unknown field\n", m_strErr);
+    EXPECT_EQ(1, Run({"--timeout", "1\x1b[2J", strFile}));
+    EXPECT_EQ("orvprint-send: --timeout needs a number of seconds, not \"1\\x1b[2J\"\n", m_strErr);
+    EXPECT_EQ(1, Run({"--bogus\x1b]0;x\x07"}));
+    EXPECT_EQ(0u, m_strErr.find("orvprint-send: unexpected argument \"--bogus\\x1b]0;x\\x07\"\n")) << m_strErr;
 }
 
 TEST_F(OrvprintSendTest, WellFormedAnswersOfARawReceiverExitZero)

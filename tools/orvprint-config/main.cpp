@@ -90,6 +90,7 @@ void PrintUsage()
     PrintLine(L"Exit code 0: OrvprintD can read its settings; 1: it cannot.");
     PrintLine(L"On Linux the machine registry is the file named by ORVPRINT_MACHINE_CONFIG,");
     PrintLine(L"by default /etc/orv-soft/machine.ini.");
+    PrintLine(L"Control characters in values are shown as text: \\r, \\n, \\t, \\xHH, \\u00HH.");
 }
 
 } // namespace

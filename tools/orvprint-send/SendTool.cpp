@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include "Src/PrintingService/Common/Include/MsgQueueLayout.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "language/LogText.h"
 #include "language/TextConvert.h"
 #include "tools/orvprint-send/RequestBuilder.h"
 #include "utility/NamedObject.h"
@@ -39,18 +40,71 @@ const char HELP[] =
     "\n"
     "Options:\n"
     "  --raw FILE         send the file's bytes unchanged as the request\n"
-    "  --timeout SECONDS  give up after this long (default: wait for ever)\n"
+    "  --timeout SECONDS  give up after this long (default: wait for ever); the\n"
+    "                     limit covers the whole exchange: the wait for other\n"
+    "                     senders (one request at a time) and the wait for the\n"
+    "                     answer together\n"
     "  --name BASE        channel base name (default Orvprint_Popup_Dialog)\n"
     "  --help             this text\n"
     "\n"
     "Exit codes: 0 answered, 1 bad command line, 2 no receiver (or it went away\n"
     "without answering), 3 timed out, 4 bad input file, 5 platform failure,\n"
     "6 malformed answer.\n"
+    "\n"
+    "A timeout (exit 3) says on standard error which wait ran out:\n"
+    "  orvprint-send: timed out waiting for other senders to finish\n"
+    "  orvprint-send: timed out waiting for the answer\n"
+    "\n"
+    "Control characters never reach the terminal: ids carry them as JSON\n"
+    "escapes (DEL and U+0080-U+009F too), messages show those of arguments,\n"
+    "file names and the request file as \\r, \\n, \\t, \\xHH and \\u00HH.\n"
     "\n";
 
 std::string Utf8(const std::wstring& strText)
 {
     return Language::Utf8FromWide(strText);
+}
+
+// A text from outside the tool (an argument, a file name, what the request
+// file holds) as it goes into a message on standard error: its control
+// characters shown as text, so that none reaches the terminal.
+std::string Shown(const std::string& strUtf8)
+{
+    return Language::EscapeControls(strUtf8);
+}
+
+std::string Shown(const std::wstring& strText)
+{
+    return Shown(Utf8(strText));
+}
+
+// The JSON text escapes U+0000-U+001F itself; DEL and the C1 controls
+// (U+0080-U+009F), which JSON lets stand, are written as \u escapes too, so
+// that an id from the receiver cannot send a terminal control. They occur
+// only inside strings, where the escapes mean the same characters.
+std::string WithoutRawControls(const std::string& strJson)
+{
+    static const char HEX_DIGITS[] = "0123456789abcdef";
+    std::string strResult;
+    strResult.reserve(strJson.size());
+    for (size_t i = 0; i < strJson.size(); ++i) {
+        const unsigned char by = static_cast<unsigned char>(strJson[i]);
+        unsigned uiControl = 0;
+        if (by == 0x7F) {
+            uiControl = 0x7F;
+        } else if (by == 0xC2 && i + 1 < strJson.size() && static_cast<unsigned char>(strJson[i + 1]) >= 0x80 &&
+                   static_cast<unsigned char>(strJson[i + 1]) <= 0x9F) {
+            uiControl = static_cast<unsigned char>(strJson[++i]);
+        }
+        if (uiControl) {
+            strResult += "\\u00";
+            strResult += HEX_DIGITS[uiControl >> 4];
+            strResult += HEX_DIGITS[uiControl & 0xF];
+        } else {
+            strResult += static_cast<char>(by);
+        }
+    }
+    return strResult;
 }
 
 // Seconds as a decimal number into milliseconds; false when it is none.
@@ -160,7 +214,7 @@ std::string FormatAnswer(const OrvUtility::CMsgQueueSender::REPLY& stuReply)
         const std::u16string strId = IdAt(vecResponse, 24);
         jAnswer["projectId"] = Utf8(Language::WideFromUtf16(strId.c_str(), strId.size()));
     }
-    return jAnswer.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    return WithoutRawControls(jAnswer.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n";
 }
 
 int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, std::string& strErr)
@@ -184,7 +238,7 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
             }
         } else if (strArg == L"--timeout" && bHasValue) {
             if (!ParseTimeout(vecArgs[++i], uiTimeoutMs)) {
-                strErr += "orvprint-send: --timeout needs a number of seconds, not \"" + Utf8(vecArgs[i]) + "\"\n";
+                strErr += "orvprint-send: --timeout needs a number of seconds, not \"" + Shown(vecArgs[i]) + "\"\n";
                 return EXIT_USAGE;
             }
         } else if (strArg == L"--raw" && bHasValue && strFile.empty()) {
@@ -193,7 +247,7 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
         } else if (!strArg.empty() && strArg[0] != L'-' && strFile.empty()) {
             strFile = strArg;
         } else {
-            strErr += "orvprint-send: unexpected argument \"" + Utf8(strArg) + "\"\n" + USAGE;
+            strErr += "orvprint-send: unexpected argument \"" + Shown(strArg) + "\"\n" + USAGE;
             return EXIT_USAGE;
         }
     }
@@ -204,7 +258,7 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
 
     std::string strBytes;
     if (!ReadFileBytes(strFile, strBytes)) {
-        strErr += "orvprint-send: " + Utf8(strFile) + ": cannot be read\n";
+        strErr += "orvprint-send: " + Shown(strFile) + ": cannot be read\n";
         return EXIT_BAD_INPUT;
     }
     std::string strRequest;
@@ -214,12 +268,12 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
         try {
             strRequest = BuildRequestFromJson(strBytes);
         } catch (const CRequestError& e) {
-            strErr += "orvprint-send: " + Utf8(strFile) + ": " + e.what() + "\n";
+            strErr += "orvprint-send: " + Shown(strFile) + ": " + Shown(std::string(e.what())) + "\n";
             return EXIT_BAD_INPUT;
         }
     }
     if (strRequest.size() > OrvUtility::CMsgQueueLayout::JOB_REQUEST_CAPACITY) {
-        strErr += "orvprint-send: " + Utf8(strFile) + ": " + std::to_string(strRequest.size()) +
+        strErr += "orvprint-send: " + Shown(strFile) + ": " + std::to_string(strRequest.size()) +
                   " bytes, longer than the request area of " +
                   std::to_string(OrvUtility::CMsgQueueLayout::JOB_REQUEST_CAPACITY) + " bytes\n";
         return EXIT_BAD_INPUT;
@@ -227,7 +281,7 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
 
     OrvUtility::CMsgQueueSender sender(strBase);
     if (!sender.IsOpen()) {
-        strErr += "orvprint-send: cannot open the channel " + Utf8(strBase) + " (platform error " +
+        strErr += "orvprint-send: cannot open the channel " + Shown(strBase) + " (platform error " +
                   std::to_string(sender.GetOpenError()) + ")\n";
         return EXIT_PLATFORM_FAILURE;
     }
@@ -244,17 +298,20 @@ int RunSendTool(const std::vector<std::wstring>& vecArgs, std::string& strOut, s
         return EXIT_ANSWERED;
     }
     case OrvUtility::CMsgQueueSender::SEND_NO_RECEIVER:
-        strErr += "orvprint-send: no receiver on " + Utf8(strBase) + " (or it went away without answering)\n";
+        strErr += "orvprint-send: no receiver on " + Shown(strBase) + " (or it went away without answering)\n";
         return EXIT_NO_RECEIVER;
+    case OrvUtility::CMsgQueueSender::SEND_SENDERS_TIMED_OUT:
+        strErr += "orvprint-send: timed out waiting for other senders to finish\n";
+        return EXIT_TIMED_OUT;
     case OrvUtility::CMsgQueueSender::SEND_TIMED_OUT:
-        strErr += "orvprint-send: no answer within the time limit\n";
+        strErr += "orvprint-send: timed out waiting for the answer\n";
         return EXIT_TIMED_OUT;
     case OrvUtility::CMsgQueueSender::SEND_REQUEST_TOO_LONG:
-        strErr += "orvprint-send: " + Utf8(strFile) + ": longer than the request area\n";
+        strErr += "orvprint-send: " + Shown(strFile) + ": longer than the request area\n";
         return EXIT_BAD_INPUT;
     case OrvUtility::CMsgQueueSender::SEND_PLATFORM_FAILURE:
     default:
-        strErr += "orvprint-send: the channel " + Utf8(strBase) + " failed\n";
+        strErr += "orvprint-send: the channel " + Shown(strBase) + " failed\n";
         return EXIT_PLATFORM_FAILURE;
     }
 }

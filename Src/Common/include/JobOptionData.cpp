@@ -38,9 +38,11 @@ void CopyFromArea(void* pTo, const uint8_t* pbyArea, int64_t i64At, size_t uiSiz
     std::memset(static_cast<uint8_t*>(pTo) + i64Inside, 0, uiSize - static_cast<size_t>(i64Inside));
 }
 
+// A text of the request as it goes into a log record: its control
+// characters shown as text, so that it stays on the record's one line.
 std::string NarrowText(const char16_t* szText, size_t uiMaxChars)
 {
-    return Language::NarrowFromWide(Language::WideFromUtf16(szText, uiMaxChars));
+    return Language::NarrowFromWide(Language::EscapeControls(Language::WideFromUtf16(szText, uiMaxChars)));
 }
 
 } // namespace

@@ -68,7 +68,9 @@ public:
     const uint8_t* GetBuffer() const { return m_pbyBuffer; }
     uint64_t GetSize() const { return m_ui64Size; }
 
-    // Record texts for parameter traces, in the current C locale:
+    // Record texts for parameter traces, in the current C locale, each text
+    // of the request with its control characters shown as text
+    // (Language::EscapeControls), so that the record stays one line:
     //   "{szPrinterId = .., szPrinterName = .., szComment = .., szDescription = ..,
     //     iStatus = n, iMaxPagesPerJob = n, iPageTotal = n, iPrintTaskTotal = n,
     //     bTooMayPages = 0|1"   (no closing brace)

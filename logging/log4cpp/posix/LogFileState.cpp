@@ -138,4 +138,17 @@ void ReportToConsole(const std::string& strLine)
     std::fprintf(stderr, "%s\n", strLine.c_str());
 }
 
+ENameKind KindOfName(const std::string& strName)
+{
+    return !strName.empty() && strName[0] == '/' ? NAME_FULL : NAME_RELATIVE;
+}
+
+std::string InFolder(const std::string& strFolder, const std::string& strName)
+{
+    if (!strFolder.empty() && strFolder.back() == '/') {
+        return strFolder + strName;
+    }
+    return strFolder + "/" + strName;
+}
+
 } // namespace LogFileState

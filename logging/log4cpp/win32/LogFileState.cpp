@@ -59,4 +59,22 @@ void ReportToConsole(const std::string& strLine)
     std::fprintf(stderr, "%s\n", strLine.c_str());
 }
 
+// "C:\x", "C:/x", "\\server\share\x" and "\x" (the root of the current
+// drive) are taken as they stand; "C:x" is relative to a current folder.
+ENameKind KindOfName(const std::string& strName)
+{
+    if (strName.size() >= 2 && strName[1] == ':') {
+        return strName.size() >= 3 && (strName[2] == '\\' || strName[2] == '/') ? NAME_FULL : NAME_DRIVE_RELATIVE;
+    }
+    return !strName.empty() && (strName[0] == '\\' || strName[0] == '/') ? NAME_FULL : NAME_RELATIVE;
+}
+
+std::string InFolder(const std::string& strFolder, const std::string& strName)
+{
+    if (!strFolder.empty() && (strFolder.back() == '\\' || strFolder.back() == '/')) {
+        return strFolder + strName;
+    }
+    return strFolder + "\\" + strName;
+}
+
 } // namespace LogFileState

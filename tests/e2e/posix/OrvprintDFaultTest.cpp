@@ -28,7 +28,7 @@ const char* const CONFIRMED_ANSWER =
     "{\"resultCode\":0,\"responseLength\":44,\"result\":0,\"printerId\":\"P-1\",\"projectId\":\"J-1\"}\n";
 const char* const NO_RECEIVER_MESSAGE =
     "orvprint-send: no receiver on Orvprint_Popup_Dialog (or it went away without answering)\n";
-const char* const TIMED_OUT_MESSAGE = "orvprint-send: no answer within the time limit\n";
+const char* const TIMED_OUT_MESSAGE = "orvprint-send: timed out waiting for the answer\n";
 
 // How one run of orvprint-send ended: exit code (-2 when it was still
 // running at the end of the wait), standard output, standard error.

@@ -23,7 +23,7 @@ const int KILLED_EXIT_CODE = 137;
 
 const char* const NO_RECEIVER_MESSAGE =
     "orvprint-send: no receiver on Orvprint_Popup_Dialog (or it went away without answering)";
-const char* const TIMED_OUT_MESSAGE = "orvprint-send: no answer within the time limit";
+const char* const TIMED_OUT_MESSAGE = "orvprint-send: timed out waiting for the answer";
 
 class OrvprintDFaultWin32Test : public EndToEndWin32Test {
 protected:

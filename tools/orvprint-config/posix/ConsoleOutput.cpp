@@ -3,7 +3,7 @@
 #include <cstdio>
 #include "language/TextConvert.h"
 
-void PrintLine(const std::wstring& strLine)
+void WriteConsoleLine(const std::wstring& strLine)
 {
     const std::string strText = Language::Utf8FromWide(strLine) + "\n";
     std::fwrite(strText.data(), 1, strText.size(), stdout);

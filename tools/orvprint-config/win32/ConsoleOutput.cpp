@@ -5,7 +5,7 @@
 #include "language/TextConvert.h"
 
 // A console gets the wide text itself; a pipe or file gets UTF-8.
-void PrintLine(const std::wstring& strLine)
+void WriteConsoleLine(const std::wstring& strLine)
 {
     const std::wstring strText = strLine + L"\r\n";
     HANDLE hOut = GetStdHandle(STD_OUTPUT_HANDLE);

@@ -73,6 +73,7 @@ CMsgQueueEx::CMsgQueueEx(const std::wstring& strBaseName, uint64_t uiRequestCapa
     , m_hEventSend(nullptr)
     , m_hEventResponse(nullptr)
     , m_hEventQuit(nullptr)
+    , m_bQuitFirst(false)
     , m_uiRequestCapacity(uiRequestCapacity)
     , m_uiResponseCapacity(uiResponseCapacity)
     , m_strMutexName(CMsgQueueLayout::ExistenceMutexName(strBaseName))
@@ -141,8 +142,18 @@ uint32_t CMsgQueueEx::RecvMsg(MsgHandler handler)
     const CMsgQueueLayout layout(m_uiRequestCapacity, m_uiResponseCapacity);
 
     ORV_LOG_INFO_PLAIN("WaitForMultipleObjects");
-    NamedHandle ahEvents[2] = {m_hEventSend, m_hEventQuit};
-    const uint32_t dwIndex = WaitForAnyNamedEvent(2, ahEvents, NAMED_INFINITE);
+    // The wait hands out the first set event of its list, the request event.
+    // After a request has been served, the quit is looked at first: a sender
+    // that keeps the request event set cannot hold the receiver beyond the
+    // request in hand.
+    uint32_t dwIndex = NAMED_WAIT_FAILED;
+    if (m_bQuitFirst && m_hEventQuit && WaitForNamedEvent(m_hEventQuit, 0) == NAMED_WAIT_OBJECT_0) {
+        dwIndex = NAMED_WAIT_OBJECT_0 + 1;
+    } else {
+        NamedHandle ahEvents[2] = {m_hEventSend, m_hEventQuit};
+        dwIndex = WaitForAnyNamedEvent(2, ahEvents, NAMED_INFINITE);
+    }
+    m_bQuitFirst = false;
     ORV_LOG_INFO_PLAIN("dwIndex = %d", static_cast<int>(dwIndex));
 
     uint32_t uiCode = RECV_FAILED;
@@ -166,6 +177,7 @@ uint32_t CMsgQueueEx::RecvMsg(MsgHandler handler)
         WriteU64(m_pbyBuffer + layout.ResponseLengthOffset(), uiResponseLength);
         WriteU32(m_pbyBuffer + layout.ResultCodeOffset(), CMsgQueueLayout::RESULT_SERVED);
         uiCode = RECV_SERVED;
+        m_bQuitFirst = true;
     } else if (dwIndex == NAMED_WAIT_OBJECT_0 + 1) {
         WriteU64(m_pbyBuffer + layout.ResponseLengthOffset(), 0);
         WriteU32(m_pbyBuffer + layout.ResultCodeOffset(), CMsgQueueLayout::RESULT_QUITTING);

@@ -46,7 +46,9 @@ public:
 
     // Waits for a request or for quit. RECV_SERVED after handing one request
     // to the callback, RECV_QUIT when the quit event was set, RECV_FAILED when
-    // the wait failed. The response event is set in all three cases. An
+    // the wait failed. With both events set the request is served, except
+    // right after a served request: then the quit wins, so that a flood of
+    // requests never delays the quit beyond the request in hand. The response event is set in all three cases. An
     // exception of the callback passes out (boost::bad_function_call for an
     // empty one).
     uint32_t RecvMsg(MsgHandler handler);
@@ -76,6 +78,9 @@ private:
     NamedHandle m_hEventSend;
     NamedHandle m_hEventResponse;
     NamedHandle m_hEventQuit;
+    // Set after a request was served: the next wait looks at the quit event
+    // before the request event.
+    bool m_bQuitFirst;
     uint64_t m_uiRequestCapacity;
     uint64_t m_uiResponseCapacity;
     std::wstring m_strMutexName;

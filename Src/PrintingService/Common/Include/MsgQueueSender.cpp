@@ -140,10 +140,12 @@ CMsgQueueSender::SendResult CMsgQueueSender::Send(const uint8_t* pbyRequest, uin
         return SEND_REQUEST_TOO_LONG;
     }
 
+    // One deadline for every wait below: the time spent on the senders'
+    // mutex is taken from the time left for the answer.
     const Clock::time_point tpStart = Clock::now();
     const uint32_t dwLock = WaitNamedMutex(m_hSenderMutex, uiTimeoutMs);
     if (dwLock == NAMED_WAIT_TIMEOUT) {
-        return SEND_TIMED_OUT;
+        return SEND_SENDERS_TIMED_OUT;
     }
     if (dwLock != NAMED_WAIT_OBJECT_0 && dwLock != NAMED_WAIT_ABANDONED_0) {
         const uint32_t dwErr = Language::GetLastPlatformError();

@@ -24,9 +24,10 @@ public:
     enum SendResult : uint32_t {
         SEND_ANSWERED = 0,         // reply filled in
         SEND_NO_RECEIVER = 2,      // no receiver, or it went away without answering
-        SEND_TIMED_OUT = 3,        // the time limit passed (waiting for other senders or for the answer)
+        SEND_TIMED_OUT = 3,        // the time limit passed while waiting for the answer
         SEND_REQUEST_TOO_LONG = 4, // longer than the request capacity
         SEND_PLATFORM_FAILURE = 5, // an object could not be opened or used
+        SEND_SENDERS_TIMED_OUT = 6, // the time limit passed while waiting for other senders (their mutex)
     };
 
     struct REPLY {
@@ -53,8 +54,10 @@ public:
     // Whether a receiver owns the existence mutex now.
     bool IsReceiverPresent() const;
 
-    // One exchange. uiTimeoutMs bounds the whole of it (NAMED_INFINITE: no
-    // limit).
+    // One exchange. uiTimeoutMs bounds the whole of it, from the call to the
+    // return: one deadline for the wait for the senders' mutex and the wait
+    // for the answer together (NAMED_INFINITE: no limit). Which of the two
+    // ran out: SEND_SENDERS_TIMED_OUT or SEND_TIMED_OUT.
     SendResult Send(const uint8_t* pbyRequest, uint64_t uiLength, uint32_t uiTimeoutMs, REPLY& stuReply);
 
     uint8_t* GetBuffer() const { return m_pbyBuffer; }

@@ -193,6 +193,79 @@ TEST_F(MsgQueueCrossProcessTest, SenderTimesOutWhileTheReceiverHandles)
     EXPECT_EQ(6, receiver.Process().Wait());
 }
 
+// A sender process that floods the channel (args: base): it writes a request
+// and sets the request event over and over, without waiting for answers,
+// and sets "_TEST_FLOODED" after each request event, until "_TEST_STOP" is
+// set. Exit code 0, or 10 and up for a failure.
+ORV_CHILD_MAIN(FloodSender)
+{
+    const std::wstring strBase = orvtest::Wide(args.at(0));
+    const std::string strRequest = orvtest::MakeJobRequest(1, 1);
+    std::pair<NamedHandle, uint8_t*> block = OpenOrCreateFileMapping(CMsgQueueLayout::BlockName(strBase), BLOCK_SIZE);
+    orvtest::Handle hBlock(block.first);
+    orvtest::Handle hSend(OpenOrCreateEvent(CMsgQueueLayout::SendEventName(strBase)));
+    orvtest::Handle hFlooded(OpenNamedEvent(orvtest::GlobalName(args.at(0), "_TEST_FLOODED")));
+    orvtest::Handle hStop(OpenNamedEvent(orvtest::GlobalName(args.at(0), "_TEST_STOP")));
+    if (!block.second || !hSend.h || !hFlooded.h || !hStop.h) {
+        return 10;
+    }
+    std::memcpy(block.second + 8, strRequest.data(), strRequest.size());
+    orvtest::WriteU64(block.second, strRequest.size());
+    while (WaitForNamedEvent(hStop.h, 0) != NAMED_WAIT_OBJECT_0) {
+        if (!SetNamedEvent(hSend.h) || !SetNamedEvent(hFlooded.h)) {
+            return 11;
+        }
+    }
+    UnmapSharedBlock(block.second);
+    return 0;
+}
+
+// While another process floods the channel with requests, a quit set during
+// a request ends the loop right after that request: no further request is
+// served.
+TEST_F(MsgQueueCrossProcessTest, AFloodOfRequestsDoesNotDelayTheQuit)
+{
+    CMsgQueueEx queue(Base(), R, S);
+    ASSERT_FALSE(queue.IsConstructionFailed());
+    orvtest::Handle hFlooded(
+        CreateNamedEvent(orvtest::GlobalName(m_strBase, "_TEST_FLOODED").c_str(), EVERYONE_EVENT_ALL_ACCESS));
+    orvtest::Handle hStop(
+        CreateNamedEvent(orvtest::GlobalName(m_strBase, "_TEST_STOP").c_str(), EVERYONE_EVENT_ALL_ACCESS));
+    ASSERT_NE(nullptr, hFlooded.h);
+    ASSERT_NE(nullptr, hStop.h);
+    auto flooder = orvtest::ChildProcess::StartSelf("FloodSender", {m_strBase});
+    ASSERT_TRUE(flooder);
+
+    const int QUIT_AT = 3;      // the request during which the quit is set
+    const int GIVE_UP_AT = 20;  // a loop that serves on is let go here
+    int iCalls = 0;
+    bool bFloodedAfterQuit = true;
+    const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+        ++iCalls;
+        if (iCalls == QUIT_AT) {
+            queue.SignalQuit();
+            // The flooder sets the request event again after the quit: a
+            // signal of "flooded" that comes after the drain may belong to a
+            // request event set before it, the second one cannot.
+            WaitForNamedEvent(hFlooded.h, 0);
+            for (int i = 0; i < 2; ++i) {
+                bFloodedAfterQuit =
+                    bFloodedAfterQuit && WaitForNamedEvent(hFlooded.h, orvtest::GENEROUS_MS) == NAMED_WAIT_OBJECT_0;
+            }
+        }
+        if (iCalls == GIVE_UP_AT) {
+            SetNamedEvent(hStop.h);
+        }
+        return 0;
+    });
+    SetNamedEvent(hStop.h);
+    EXPECT_EQ(0, flooder->Wait());
+    EXPECT_TRUE(bFloodedAfterQuit);
+    EXPECT_EQ(6u, uiCode);
+    EXPECT_EQ(QUIT_AT, iCalls) << "requests served after the quit: " << iCalls - QUIT_AT;
+    EXPECT_NE(NAMED_MUTEX_OWNED, orvtest::ProbeExistence(Base()));
+}
+
 // A measurement, not a test (run with --gtest_also_run_disabled_tests): the
 // round trip of one request through a receiver process whose handler returns
 // at once, as a sender sees it (including its lock, the receiver check and

@@ -215,6 +215,66 @@ TEST_F(MsgQueueExTest, RequestAndQuitBothSetServeTheRequestFirst)
     EXPECT_EQ(1, iCalls);
 }
 
+// A sender that sets the request event again while each request is served
+// (as a flood does) does not hold the loop once the quit is set: the
+// request in hand is answered, the quit comes next.
+TEST_F(MsgQueueExTest, AQuitSetWhileARequestIsServedComesBeforeTheNextRequest)
+{
+    orvtest::LogCapture cap;
+    CMsgQueueEx queue(m_strBase, R, S);
+    OpenSenderSide();
+    PostRequest(orvtest::MakeJobRequest(1, 0));
+    const int MAX_CALLS = 50; // where a loop that served on would stop
+    int iCalls = 0;
+    const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+        ++iCalls;
+        if (iCalls < MAX_CALLS) {
+            SetNamedEvent(m_hSend.h); // the next request is there already
+        }
+        if (iCalls == 1) {
+            queue.SignalQuit();
+        }
+        return 0;
+    });
+    EXPECT_EQ(6u, uiCode);
+    EXPECT_EQ(1, iCalls);
+    // The request that came during the first one is released as quitting.
+    EXPECT_EQ(NAMED_WAIT_OBJECT_0, WaitForNamedEvent(m_hResponse.h, 0));
+    EXPECT_EQ(6u, orvtest::ReadU32(m_pbyView + 16 + R + S));
+    EXPECT_EQ(0u, orvtest::ReadU64(m_pbyView + 8 + R));
+    // ... and is still pending for the next receiver.
+    EXPECT_EQ(NAMED_WAIT_OBJECT_0, WaitForNamedEvent(m_hSend.h, 0));
+    if (cap.Available()) {
+        EXPECT_EQ(2, cap.Count("WaitForMultipleObjects"));
+        EXPECT_EQ(1, cap.Count("dwIndex = 0"));
+        EXPECT_EQ(1, cap.Count("dwIndex = 1"));
+    }
+}
+
+// Only the wait right after a served request looks at the quit first; the
+// one after that keeps the request first again.
+TEST_F(MsgQueueExTest, TheQuitComesFirstOnlyRightAfterAServedRequest)
+{
+    CMsgQueueEx queue(m_strBase, R, S);
+    OpenSenderSide();
+    int iCalls = 0;
+    auto handler = [&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+        ++iCalls;
+        return 0;
+    };
+    PostRequest(orvtest::MakeJobRequest(0, 0));
+    // Each step asserts: a wait that took the wrong event would leave the
+    // next one with nothing to wait for.
+    ASSERT_EQ(0u, queue.RecvMsg(handler));
+    ASSERT_EQ(1, queue.SignalQuit());
+    ASSERT_EQ(1, SetNamedEvent(m_hSend.h));
+    ASSERT_EQ(6u, queue.RecvMsg(handler)); // right after a request: the quit
+    ASSERT_EQ(1, queue.SignalQuit());
+    ASSERT_EQ(0u, queue.RecvMsg(handler)); // the pending request first again
+    ASSERT_EQ(6u, queue.RecvMsg(handler));
+    EXPECT_EQ(2, iCalls);
+}
+
 TEST_F(MsgQueueExTest, TwoRequestSignalsBeforeTheWaitServeOnce)
 {
     CMsgQueueEx queue(m_strBase, R, S);

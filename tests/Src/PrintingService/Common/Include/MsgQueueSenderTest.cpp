@@ -1,4 +1,5 @@
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
 #include <gtest/gtest.h>
@@ -145,4 +146,61 @@ TEST_F(MsgQueueSenderTest, SendersSerialiseAmongThemselves)
     EXPECT_EQ(0, iWrong.load());
     EXPECT_EQ(6u, receiver.Stop());
     EXPECT_EQ(2 * ROUNDS, receiver.Calls());
+}
+
+// A sender held up by another sender's mutex past its time limit says so.
+TEST_F(MsgQueueSenderTest, TheSendersMutexHeldPastTheLimitTimesOutAsSuch)
+{
+    ThreadReceiver receiver(m_strBase);
+    ASSERT_TRUE(receiver.Ready());
+    orvtest::Handle hSenders(
+        CreateNamedMutex(CMsgQueueLayout::SenderMutexName(m_strBase).c_str(), true, EVERYONE_MUTEX_ALL_ACCESS));
+    ASSERT_NE(nullptr, hSenders.h);
+    CMsgQueueSender::SendResult eResult = CMsgQueueSender::SEND_ANSWERED;
+    std::thread([&]() {
+        CMsgQueueSender sender(m_strBase);
+        CMsgQueueSender::REPLY stuReply;
+        eResult = Send(sender, orvtest::MakeJobRequest(1, 1), stuReply, 200);
+    }).join();
+    EXPECT_EQ(CMsgQueueSender::SEND_SENDERS_TIMED_OUT, eResult);
+    EXPECT_EQ(0, receiver.Calls());
+    ASSERT_EQ(1, ReleaseNamedMutex(hSenders.h));
+    EXPECT_EQ(6u, receiver.Stop());
+}
+
+// One deadline covers both waits: time spent on the senders' mutex is not
+// given again to the wait for the answer. The mutex is held for 600 ms of a
+// 1000 ms limit and the receiver never answers: the whole call ends at the
+// limit (1600 ms and more if each wait had the whole limit of its own).
+TEST_F(MsgQueueSenderTest, OneDeadlineCoversTheSendersMutexAndTheAnswer)
+{
+    const std::string strBase = orvtest::UniqueObjectBase("SenderDeadline");
+    orvtest::ChildReceiver receiver(strBase, "block");
+    ASSERT_TRUE(receiver.WaitReady());
+    const std::wstring strWide = orvtest::Wide(strBase);
+    orvtest::Handle hHeld(CreateNamedEvent(nullptr, NAMED_DEFAULT_SECURITY));
+    orvtest::Handle hNever(CreateNamedEvent(nullptr, NAMED_DEFAULT_SECURITY));
+    std::thread holder([&]() {
+        orvtest::Handle hSenders(
+            CreateNamedMutex(CMsgQueueLayout::SenderMutexName(strWide).c_str(), true, EVERYONE_MUTEX_ALL_ACCESS));
+        SetNamedEvent(hHeld.h);
+        // The hold itself is what is measured against the limit.
+        WaitForNamedEvent(hNever.h, 600);
+        ReleaseNamedMutex(hSenders.h);
+    });
+    ASSERT_EQ(NAMED_WAIT_OBJECT_0, WaitForNamedEvent(hHeld.h, GENEROUS_MS));
+    CMsgQueueSender sender(strWide);
+    CMsgQueueSender::REPLY stuReply;
+    const auto tpStart = std::chrono::steady_clock::now();
+    const CMsgQueueSender::SendResult eResult = Send(sender, orvtest::MakeJobRequest(1, 1), stuReply, 1000);
+    const auto msTaken =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - tpStart).count();
+    holder.join();
+    EXPECT_EQ(CMsgQueueSender::SEND_TIMED_OUT, eResult);
+    EXPECT_GE(msTaken, 990); // timers may end a little early
+    EXPECT_LT(msTaken, 1400);
+    ASSERT_TRUE(receiver.WaitEntered());
+    receiver.Release();
+    receiver.Stop();
+    EXPECT_EQ(6, receiver.Process().Wait());
 }

@@ -53,9 +53,11 @@ CBackend::CBackend(int argc, char** argv)
 
 int CBackend::Hold(const std::string& strReason) const
 {
-    std::fprintf(stderr, "ATTR: job-hold-until=indefinite\n");
-    std::fprintf(stderr, "INFO: %s; the job is held. Release it with: lp -i %s-%s -H resume\n", strReason.c_str(),
+    // At the ERROR level: the scheduler clears a job's INFO message when
+    // the job leaves the processing state, but keeps an ERROR one.
+    std::fprintf(stderr, "ERROR: %s; the job is held. Release it with: lp -i %s-%s -H resume\n", strReason.c_str(),
                  m_strQueue.c_str(), m_strJobId.c_str());
+    std::fprintf(stderr, "ATTR: job-hold-until=indefinite\n");
     std::fflush(stderr);
     return CUPS_BACKEND_HOLD;
 }

@@ -16,8 +16,8 @@ namespace OrvService {
 // or holds or cancels it. It never parses the document.
 //
 // Exit codes: 0 forwarded, 3 held (with job-hold-until=indefinite and a
-// state message that says why and how to release the job), 5 cancelled by
-// the user.
+// state message, at the ERROR level, that says why and how to release the
+// job), 5 cancelled by the user.
 class CBackend {
 public:
     CBackend(int argc, char** argv);

@@ -64,6 +64,10 @@ bool CJobForwarder::Forward(int iFd, const std::string& strQueue, const JOB& stu
     }
     COptionList objOptions;
     objOptions.Parse(stuJob.strOptions);
+    // What the scheduler made for the held job is made anew for the new one.
+    for (const char* szOwn : {"job-uuid", "job-originating-host-name", "job-authorization-uri"}) {
+        objOptions.Remove(szOwn);
+    }
     if (stuJob.iCopies > 1) {
         objOptions.Set("copies", std::to_string(stuJob.iCopies));
     } else {

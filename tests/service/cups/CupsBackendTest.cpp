@@ -277,6 +277,17 @@ TEST_F(CupsBackendTest, AnswerThatWasNotOfferedHoldsTheJob)
     }
 }
 
+TEST_F(CupsBackendTest, MalformedAnswerHoldsTheJob)
+{
+    const auto pReceiver = StartReceiver(7, u"P1", u"J1");
+    const int iOfficeJobs = s_pCupsd->CountJobs("office");
+    const int iJob = Submit("Odd answer", WriteDocument("odd.txt", "odd\n"));
+    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+    EXPECT_EQ(IPP_HELD, stuState.iState);
+    EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice gave a malformed answer", iJob), stuState.strMessage);
+    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
+}
+
 TEST_F(CupsBackendTest, BadConfigurationHoldsTheJobNamingFileAndLine)
 {
     const auto pReceiver = StartReceiver(0, u"P1", u"");

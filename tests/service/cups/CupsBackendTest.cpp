@@ -188,6 +188,17 @@ TEST_F(CupsBackendTest, OkForwardsTheTextUnchangedWithTheProjectAsBilling)
     ASSERT_GT(iForwarded, 0);
     EXPECT_EQ(IPP_COMPLETED, s_pCupsd->WaitForJobState(iForwarded, IPP_COMPLETED, WAIT_SECONDS).iState);
 
+    // While the request was open the worker ran as the user for good, beside
+    // the root part.
+    const std::string strUid = std::to_string(s_objUser.GetUid());
+    const std::string strGid = std::to_string(s_objUser.GetGid());
+    const std::string strWorker = "Uid:\t" + strUid + "\t" + strUid + "\t" + strUid + "\t" + strUid + "\nGid:\t" +
+                                  strGid + "\t" + strGid + "\t" + strGid + "\t" + strGid + "\nGroups:\t" + strGid +
+                                  " \n\n";
+    const std::string strBackends = ReadAll(m_strRecords + "/backends-1.txt");
+    EXPECT_NE(std::string::npos, strBackends.find(strWorker)) << strBackends;
+    EXPECT_NE(std::string::npos, strBackends.find("Uid:\t0\t0\t0\t0\n")) << strBackends;
+
     const std::string strCaptured = s_pCupsd->CaptureFolder() + "/office-" + std::to_string(iForwarded);
     EXPECT_EQ(strBytes, ReadAll(strCaptured));
     EXPECT_EQ("user=orvtest-cups-alice\ntitle=Quarterly report\ncopies=1\ncontent=text/plain\n",

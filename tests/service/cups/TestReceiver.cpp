@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <dirent.h>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -19,6 +20,38 @@ namespace orvtest {
 namespace {
 
 using OrvUtility::CMsgQueueLayout;
+
+// The credentials of the backend's processes, as /proc shows them to this
+// user: one block per process, the pid's lines in order.
+std::string BackendCredentials()
+{
+    std::string strOut;
+    if (DIR* pDir = opendir("/proc")) {
+        while (struct dirent* pEntry = readdir(pDir)) {
+            const std::string strPid = pEntry->d_name;
+            if (strPid.find_first_not_of("0123456789") != std::string::npos) {
+                continue;
+            }
+            std::ifstream cmdline("/proc/" + strPid + "/cmdline", std::ios::binary);
+            std::string strArg0;
+            std::getline(cmdline, strArg0, '\0');
+            if (strArg0 != "orvprint:/") {
+                continue;
+            }
+            std::ifstream status("/proc/" + strPid + "/status");
+            std::string strLine, strBlock;
+            while (std::getline(status, strLine)) {
+                if (strLine.compare(0, 4, "Uid:") == 0 || strLine.compare(0, 4, "Gid:") == 0 ||
+                    strLine.compare(0, 7, "Groups:") == 0) {
+                    strBlock += strLine + "\n";
+                }
+            }
+            strOut += strBlock + "\n";
+        }
+        closedir(pDir);
+    }
+    return strOut;
+}
 
 [[noreturn]] void ServeAs(const OrvService::CUserAccount& objAccount, const CTestReceiver::ANSWER& stuAnswer,
                           const std::string& strRecordFolder, int iReadyFd)
@@ -42,6 +75,9 @@ using OrvUtility::CMsgQueueLayout;
                                std::ios::binary);
             file.write(reinterpret_cast<const char*>(pbyRequest), static_cast<std::streamsize>(uiRequestLength));
             file.close();
+            std::ofstream backends(strRecordFolder + "/backends-" + std::to_string(iRequests) + ".txt");
+            backends << BackendCredentials();
+            backends.close();
             CJobSelectedData objAnswer(pbyResponse, uiResponseLength);
             objAnswer.SetResult(stuAnswer.iResult);
             objAnswer.ClearIds();

@@ -9,7 +9,9 @@ namespace orvtest {
 // A stand-in for a user's OrvprintD: a child process that becomes the user
 // for good and serves the user's own job-option channel (CMsgQueueEx, in the
 // user's private folder) with one fixed answer. Each request's bytes are
-// kept as <record folder>/request-N.bin (N from 1). Ready when constructed
+// kept as <record folder>/request-N.bin (N from 1), and the Uid:, Gid: and
+// Groups: lines of every backend process (argv[0] "orvprint:/"), seen while
+// the request is open, as <record folder>/backends-N.txt. Ready when constructed
 // (its existence mutex is owned); killed by its pid when destroyed.
 class CTestReceiver {
 public:

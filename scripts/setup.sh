@@ -12,6 +12,7 @@ PACKAGES=(
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libclang-rt-14-dev
   locales
+  libcups2-dev libqpdf-dev cups-daemon cups-client
   dpkg-dev fakeroot lintian wixl msitools
 )
 

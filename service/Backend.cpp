@@ -1,0 +1,279 @@
+#include "service/Backend.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <cups/backend.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+#include "language/TextConvert.h"
+#include "service/JobForwarder.h"
+#include "service/JobWorker.h"
+#include "service/ScopedFd.h"
+
+namespace OrvService {
+
+namespace {
+
+// Beyond the answer time, how long the worker may take for the rest (page
+// count, queue counts) before it is ended and the job held.
+const int WORKER_GRACE_SECONDS = 60;
+
+std::string Utf8(const std::u16string& strText)
+{
+    return Language::Utf8FromWide(Language::WideFromUtf16(strText.c_str(), strText.size()));
+}
+
+long long MonotonicMs()
+{
+    struct timespec ts;
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<long long>(ts.tv_sec) * 1000 + ts.tv_nsec / 1000000;
+}
+
+} // namespace
+
+CBackend::CBackend(int argc, char** argv)
+    : m_strJobId(argv[1])
+    , m_strUser(argv[2])
+    , m_strTitle(argv[3])
+    , m_iCopies(std::atoi(argv[4]) > 0 ? std::atoi(argv[4]) : 1)
+    , m_strOptions(argv[5])
+    , m_strFile(argc > 6 ? argv[6] : "")
+{
+    const char* szPrinter = std::getenv("PRINTER");
+    m_strQueue = szPrinter && *szPrinter ? szPrinter : "orvprint";
+}
+
+int CBackend::Hold(const std::string& strReason) const
+{
+    // At the ERROR level: the scheduler clears a job's INFO message when
+    // the job leaves the processing state, but keeps an ERROR one.
+    std::fprintf(stderr, "ERROR: %s; the job is held. Release it with: lp -i %s-%s -H resume\n", strReason.c_str(),
+                 m_strQueue.c_str(), m_strJobId.c_str());
+    std::fprintf(stderr, "ATTR: job-hold-until=indefinite\n");
+    std::fflush(stderr);
+    return CUPS_BACKEND_HOLD;
+}
+
+int CBackend::OpenDocument(std::string& strProblem) const
+{
+    if (!m_strFile.empty()) {
+        const int iFd = open(m_strFile.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+        if (iFd < 0) {
+            strProblem = std::string("the job's document cannot be read (") + std::strerror(errno) + ")";
+        }
+        return iFd;
+    }
+    // Standard input into a private spool copy: no name, mode 0600.
+    const char* szTmp = std::getenv("TMPDIR");
+    std::string strTemplate = std::string(szTmp && *szTmp ? szTmp : "/tmp") + "/orvprint-XXXXXX";
+    const int iFd = mkostemp(&strTemplate[0], O_CLOEXEC);
+    if (iFd < 0) {
+        strProblem = std::string("no spool copy of the job can be made (") + std::strerror(errno) + ")";
+        return -1;
+    }
+    unlink(strTemplate.c_str());
+    fchmod(iFd, 0600);
+    char achBuf[65536];
+    for (;;) {
+        const ssize_t iRead = read(STDIN_FILENO, achBuf, sizeof(achBuf));
+        if (iRead < 0 && errno == EINTR) {
+            continue;
+        }
+        if (iRead == 0) {
+            return iFd;
+        }
+        if (iRead < 0 || write(iFd, achBuf, static_cast<size_t>(iRead)) != iRead) {
+            strProblem = std::string("the job's document cannot be spooled (") + std::strerror(errno) + ")";
+            close(iFd);
+            return -1;
+        }
+    }
+}
+
+bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
+                                CWorkerResult& objResult, std::string& strProblem) const
+{
+    int aiPipe[2];
+    if (pipe2(aiPipe, O_CLOEXEC) != 0) {
+        strProblem = std::string("pipe failed (") + std::strerror(errno) + ")";
+        return false;
+    }
+    CScopedFd objReadEnd(aiPipe[0]);
+    CScopedFd objWriteEnd(aiPipe[1]);
+    std::fflush(stderr);
+    const pid_t pid = fork();
+    if (pid < 0) {
+        strProblem = std::string("fork failed (") + std::strerror(errno) + ")";
+        return false;
+    }
+    if (pid == 0) {
+        objReadEnd.Reset();
+        CJobWorker objWorker(objConfig, objAccount, iDocumentFd, m_iCopies, objWriteEnd.Get());
+        _exit(objWorker.Run());
+    }
+    objWriteEnd.Reset();
+
+    // One record, then end of file; anything else is refused.
+    std::string strRecord;
+    const long long llDeadline =
+        MonotonicMs() + (static_cast<long long>(objConfig.GetAnswerTimeoutSeconds()) + WORKER_GRACE_SECONDS) * 1000;
+    bool bTimedOut = false;
+    for (;;) {
+        const long long llLeft = llDeadline - MonotonicMs();
+        if (llLeft <= 0) {
+            bTimedOut = true;
+            break;
+        }
+        struct pollfd stuPoll = {objReadEnd.Get(), POLLIN, 0};
+        const int iReady = poll(&stuPoll, 1, llLeft > 60000 ? 60000 : static_cast<int>(llLeft));
+        if (iReady < 0 && errno == EINTR) {
+            continue;
+        }
+        if (iReady <= 0) {
+            continue;
+        }
+        char achBuf[256];
+        const ssize_t iRead = read(objReadEnd.Get(), achBuf, sizeof(achBuf));
+        if (iRead < 0 && errno == EINTR) {
+            continue;
+        }
+        if (iRead <= 0) {
+            break;
+        }
+        strRecord.append(achBuf, static_cast<size_t>(iRead));
+        if (strRecord.size() > sizeof(CWorkerResult::RECORD)) {
+            break;
+        }
+    }
+    if (bTimedOut) {
+        kill(pid, SIGKILL);
+    }
+    int iStatus = 0;
+    while (waitpid(pid, &iStatus, 0) < 0 && errno == EINTR) {
+    }
+    if (bTimedOut) {
+        strProblem = "its worker did not finish in time";
+        return false;
+    }
+    if (strRecord.empty()) {
+        strProblem = "its worker ended without a result";
+        return false;
+    }
+    if (!CWorkerResult::Decode(strRecord.data(), strRecord.size(), objResult, strProblem)) {
+        strProblem = "its worker's result was refused: " + strProblem;
+        return false;
+    }
+    return true;
+}
+
+int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
+                      const CWorkerResult& objResult) const
+{
+    const std::string strUser = objAccount.GetName();
+    const std::string strPrinterId = Utf8(objResult.GetPrinterId());
+    const std::string strProjectId = Utf8(objResult.GetProjectId());
+
+    std::string strQueue;
+    bool bRoaming = false;
+    if (strPrinterId.empty()) {
+        if (objConfig.GetRoamingQueue().empty()) {
+            return Hold("OrvprintD of user " + strUser + " chose roaming printing, which is not offered");
+        }
+        strQueue = objConfig.GetRoamingQueue();
+        bRoaming = true;
+    } else {
+        const CServiceConfig::PRINTER_ENTRY* pPrinter = objConfig.FindPrinter(strPrinterId);
+        if (!pPrinter) {
+            return Hold("OrvprintD of user " + strUser + " chose printer " + strPrinterId + ", which was not offered");
+        }
+        strQueue = pPrinter->strQueue;
+    }
+    if (!strProjectId.empty()) {
+        bool bOffered = false;
+        for (const CServiceConfig::PROJECT_ENTRY* pProject :
+             objConfig.VisibleProjects(strUser, objAccount.GetGroupNames())) {
+            bOffered = bOffered || pProject->strId == strProjectId;
+        }
+        if (!bOffered) {
+            return Hold("OrvprintD of user " + strUser + " chose project " + strProjectId + ", which was not offered");
+        }
+    }
+
+    CJobForwarder::JOB stuJob;
+    stuJob.strUser = strUser;
+    stuJob.strTitle = m_strTitle;
+    stuJob.iCopies = m_iCopies;
+    stuJob.strOptions = m_strOptions;
+    const char* szFormat = std::getenv("CONTENT_TYPE");
+    stuJob.strFormat = szFormat ? szFormat : "";
+    stuJob.strBilling = strProjectId;
+    stuJob.bHold = bRoaming;
+    int iNewJobId = 0;
+    std::string strError;
+    CJobForwarder objForwarder;
+    if (!objForwarder.Forward(iDocumentFd, strQueue, stuJob, iNewJobId, strError)) {
+        return Hold("Queue " + strQueue + " refused the job (" + strError + ")");
+    }
+    std::fprintf(stderr, "INFO: Sent to %s as job %s-%d%s%s\n", strQueue.c_str(), strQueue.c_str(), iNewJobId,
+                 strProjectId.empty() ? "" : ", project ", strProjectId.c_str());
+    return CUPS_BACKEND_OK;
+}
+
+int CBackend::Run()
+{
+    signal(SIGPIPE, SIG_IGN);
+    CServiceConfig objConfig;
+    try {
+        objConfig = CServiceConfig::Load(CServiceConfig::ConfiguredPath());
+    } catch (const CServiceConfigError& e) {
+        return Hold(std::string("Print service configuration error: ") + e.what());
+    }
+    CUserAccount objAccount;
+    if (!CUserAccount::Lookup(m_strUser, objAccount)) {
+        return Hold("Unknown user " + m_strUser);
+    }
+    if (objAccount.GetUid() == 0) {
+        return Hold("Jobs of root are not sent to OrvprintD");
+    }
+    if (geteuid() != 0) {
+        return Hold("The orvprint backend must run as root (install it with mode 0700)");
+    }
+    std::string strProblem;
+    CScopedFd objDocument(OpenDocument(strProblem));
+    if (!objDocument.IsValid()) {
+        return Hold("The print service cannot take the job: " + strProblem);
+    }
+
+    CWorkerResult objResult;
+    if (!AskThroughWorker(objConfig, objAccount, objDocument.Get(), objResult, strProblem)) {
+        return Hold("The print service could not ask OrvprintD of user " + m_strUser + ": " + strProblem);
+    }
+    switch (objResult.GetOutcome()) {
+    case CWorkerResult::OUTCOME_OK:
+        return Deliver(objConfig, objAccount, objDocument.Get(), objResult);
+    case CWorkerResult::OUTCOME_CANCELLED:
+        std::fprintf(stderr, "INFO: Cancelled by user %s in OrvprintD\n", m_strUser.c_str());
+        return CUPS_BACKEND_CANCEL;
+    case CWorkerResult::OUTCOME_NOT_RUNNING:
+        return Hold("OrvprintD is not running for user " + m_strUser);
+    case CWorkerResult::OUTCOME_TIMED_OUT:
+        return Hold("No answer from OrvprintD of user " + m_strUser + " within " +
+                    std::to_string(objConfig.GetAnswerTimeoutSeconds()) + " seconds");
+    case CWorkerResult::OUTCOME_RECEIVER_GONE:
+        return Hold("OrvprintD of user " + m_strUser + " ended without answering");
+    case CWorkerResult::OUTCOME_BAD_ANSWER:
+        return Hold("OrvprintD of user " + m_strUser + " gave a malformed answer");
+    default:
+        return Hold("The print service could not ask OrvprintD of user " + m_strUser);
+    }
+}
+
+} // namespace OrvService

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <string>
+#include "service/ServiceConfig.h"
+#include "service/UserAccount.h"
+#include "service/WorkerResult.h"
+
+namespace OrvService {
+
+// One run of the backend for one job, in its root part: argv is job id,
+// user, title, copies, options and (optionally) the document's file; without
+// it the document is read from standard input. The root part reads the
+// configuration, looks the user up, opens the document and starts the
+// worker (CJobWorker), which asks the user's OrvprintD as that user. It
+// checks the worker's record against what was offered and forwards the job,
+// or holds or cancels it. It never parses the document.
+//
+// Exit codes: 0 forwarded, 3 held (with job-hold-until=indefinite and a
+// state message, at the ERROR level, that says why and how to release the
+// job), 5 cancelled by the user.
+class CBackend {
+public:
+    CBackend(int argc, char** argv);
+
+    CBackend(const CBackend&) = delete;
+    CBackend& operator=(const CBackend&) = delete;
+
+    int Run();
+
+private:
+    // Holds the job: "<strReason>; the job is held. Release it with: lp -i
+    // QUEUE-ID -H resume" as its state message.
+    int Hold(const std::string& strReason) const;
+    int OpenDocument(std::string& strProblem) const;
+    // Forks the worker and reads its record; false with the reason when the
+    // worker gave none, or one that is not well-formed.
+    bool AskThroughWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
+                          CWorkerResult& objResult, std::string& strProblem) const;
+    int Deliver(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
+                const CWorkerResult& objResult) const;
+
+    std::string m_strJobId;
+    std::string m_strUser;
+    std::string m_strTitle;
+    int m_iCopies;
+    std::string m_strOptions;
+    std::string m_strFile; // empty: standard input
+    std::string m_strQueue; // this secure queue ($PRINTER)
+};
+
+} // namespace OrvService

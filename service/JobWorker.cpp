@@ -1,0 +1,163 @@
+#include "service/JobWorker.h"
+
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <cups/cups.h>
+#include <fcntl.h>
+#include <unistd.h>
+#include "Src/Common/include/JobSelectedData.h"
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
+#include "language/TextConvert.h"
+#include "service/JobRequest.h"
+#include "service/PageCounter.h"
+#include "service/PrivilegeDrop.h"
+#include "utility/NamedMutexProbe.h"
+
+namespace OrvService {
+
+namespace {
+
+// The worker says nothing to the scheduler: only the root part's lines on
+// standard error reach it.
+void SilenceStandardStreams()
+{
+    const int iNull = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (iNull >= 0) {
+        dup2(iNull, STDIN_FILENO);
+        dup2(iNull, STDOUT_FILENO);
+        dup2(iNull, STDERR_FILENO);
+        if (iNull > STDERR_FILENO) {
+            close(iNull);
+        }
+    }
+}
+
+int MinuteOfDay()
+{
+    const time_t tNow = time(nullptr);
+    struct tm stuLocal;
+    if (!localtime_r(&tNow, &stuLocal)) {
+        return 0;
+    }
+    return stuLocal.tm_hour * 60 + stuLocal.tm_min;
+}
+
+} // namespace
+
+CJobWorker::CJobWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
+                       int iCopies, int iResultFd)
+    : m_objConfig(objConfig)
+    , m_objAccount(objAccount)
+    , m_iDocumentFd(iDocumentFd)
+    , m_iCopies(iCopies)
+    , m_iResultFd(iResultFd)
+{
+}
+
+int CJobWorker::Run()
+{
+    signal(SIGPIPE, SIG_IGN);
+    SilenceStandardStreams();
+    std::string strProblem;
+    if (!CPrivilegeDrop::DropTo(m_objAccount, strProblem)) {
+        WriteResult(CWorkerResult(CWorkerResult::OUTCOME_FAILED, u"", u"", 0));
+        return 1;
+    }
+    // The user's own channel: the "Global\" names in the user's private
+    // folder, never a folder named from outside.
+    unsetenv("ORVPRINT_SHM_DIR");
+    unsetenv("XDG_RUNTIME_DIR");
+
+    const long long llPages = static_cast<long long>(CPageCounter::CountPages(m_iDocumentFd)) * m_iCopies;
+    const int iPageTotal = llPages > INT_MAX ? INT_MAX : static_cast<int>(llPages);
+    return WriteResult(Ask(iPageTotal)) ? 0 : 1;
+}
+
+std::vector<int> CJobWorker::CountQueueJobs() const
+{
+    std::vector<int> vecJobs;
+    for (const CServiceConfig::PRINTER_ENTRY& stuPrinter : m_objConfig.GetPrinters()) {
+        cups_job_t* pJobs = nullptr;
+        const int iJobs = cupsGetJobs2(CUPS_HTTP_DEFAULT, &pJobs, stuPrinter.strQueue.c_str(), 0, CUPS_WHICHJOBS_ACTIVE);
+        cupsFreeJobs(iJobs < 0 ? 0 : iJobs, pJobs);
+        vecJobs.push_back(iJobs < 0 ? 0 : iJobs);
+    }
+    return vecJobs;
+}
+
+CWorkerResult CJobWorker::Ask(int iPageTotal)
+{
+    using OrvUtility::CMsgQueueLayout;
+    using OrvUtility::CMsgQueueSender;
+    const CWorkerResult objFailed(CWorkerResult::OUTCOME_FAILED, u"", u"", iPageTotal);
+
+    OrvUtility::CNamedMutexProbe objProbe(CMsgQueueLayout::ExistenceMutexName(ORVPRINT_QUEUE_NAME));
+    if (objProbe.Probe() != OrvUtility::NAMED_MUTEX_OWNED) {
+        return CWorkerResult(CWorkerResult::OUTCOME_NOT_RUNNING, u"", u"", iPageTotal);
+    }
+
+    std::string strRequest;
+    try {
+        const CJobRequest objRequest(m_objConfig,
+                                     m_objConfig.VisibleProjects(m_objAccount.GetName(), m_objAccount.GetGroupNames()),
+                                     iPageTotal, CountQueueJobs(), MinuteOfDay());
+        strRequest = objRequest.Build();
+    } catch (const std::exception&) {
+        return objFailed;
+    }
+
+    CMsgQueueSender objSender;
+    if (!objSender.IsOpen()) {
+        return objFailed;
+    }
+    CMsgQueueSender::REPLY stuReply;
+    const uint32_t uiTimeoutMs = static_cast<uint32_t>(m_objConfig.GetAnswerTimeoutSeconds()) * 1000u;
+    switch (objSender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeoutMs,
+                           stuReply)) {
+    case CMsgQueueSender::SEND_ANSWERED:
+        break;
+    case CMsgQueueSender::SEND_NO_RECEIVER:
+        return CWorkerResult(CWorkerResult::OUTCOME_RECEIVER_GONE, u"", u"", iPageTotal);
+    case CMsgQueueSender::SEND_TIMED_OUT:
+        return CWorkerResult(CWorkerResult::OUTCOME_TIMED_OUT, u"", u"", iPageTotal);
+    default:
+        return objFailed;
+    }
+    if (stuReply.uiResultCode == CMsgQueueLayout::RESULT_QUITTING) {
+        return CWorkerResult(CWorkerResult::OUTCOME_RECEIVER_GONE, u"", u"", iPageTotal);
+    }
+    const CWorkerResult objBad(CWorkerResult::OUTCOME_BAD_ANSWER, u"", u"", iPageTotal);
+    if (stuReply.uiResultCode != CMsgQueueLayout::RESULT_SERVED ||
+        stuReply.uiResponseLength != CJobSelectedData::TOTAL_BUFFER_SIZE ||
+        stuReply.vecResponse.size() != CJobSelectedData::TOTAL_BUFFER_SIZE) {
+        return objBad;
+    }
+    CJobSelectedData objAnswer(stuReply.vecResponse.data(), stuReply.vecResponse.size());
+    if (objAnswer.GetResult() == CJobSelectedData::RESULT_CANCEL) {
+        return CWorkerResult(CWorkerResult::OUTCOME_CANCELLED, u"", u"", iPageTotal);
+    }
+    if (objAnswer.GetResult() != CJobSelectedData::RESULT_OK) {
+        return objBad;
+    }
+    const std::u16string strPrinterId = objAnswer.GetPrinterId();
+    const std::u16string strProjectId = objAnswer.GetProjectId();
+    if (strPrinterId.size() >= CJobSelectedData::ID_CHARS || strProjectId.size() >= CJobSelectedData::ID_CHARS) {
+        return objBad; // no terminator
+    }
+    return CWorkerResult(CWorkerResult::OUTCOME_OK, strPrinterId, strProjectId, iPageTotal);
+}
+
+bool CJobWorker::WriteResult(const CWorkerResult& objResult) const
+{
+    const std::string strRecord = objResult.Encode();
+    ssize_t iWritten;
+    do {
+        iWritten = write(m_iResultFd, strRecord.data(), strRecord.size());
+    } while (iWritten < 0 && errno == EINTR);
+    return iWritten == static_cast<ssize_t>(strRecord.size());
+}
+
+} // namespace OrvService

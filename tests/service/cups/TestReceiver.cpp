@@ -1,0 +1,140 @@
+#include "tests/service/cups/TestReceiver.h"
+
+#include <chrono>
+#include <csignal>
+#include <dirent.h>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <poll.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include "Src/Common/include/JobSelectedData.h"
+#include "Src/PrintingService/Common/Include/MsgQueueEx.h"
+#include "service/PrivilegeDrop.h"
+#include "utility/NamedMutexProbe.h"
+
+namespace orvtest {
+
+namespace {
+
+using OrvUtility::CMsgQueueLayout;
+
+// The credentials of the backend's processes, as /proc shows them to this
+// user: one block per process, the pid's lines in order.
+std::string BackendCredentials()
+{
+    std::string strOut;
+    if (DIR* pDir = opendir("/proc")) {
+        while (struct dirent* pEntry = readdir(pDir)) {
+            const std::string strPid = pEntry->d_name;
+            if (strPid.find_first_not_of("0123456789") != std::string::npos) {
+                continue;
+            }
+            std::ifstream cmdline("/proc/" + strPid + "/cmdline", std::ios::binary);
+            std::string strArg0;
+            std::getline(cmdline, strArg0, '\0');
+            if (strArg0 != "orvprint:/") {
+                continue;
+            }
+            std::ifstream status("/proc/" + strPid + "/status");
+            std::string strLine, strBlock;
+            while (std::getline(status, strLine)) {
+                if (strLine.compare(0, 4, "Uid:") == 0 || strLine.compare(0, 4, "Gid:") == 0 ||
+                    strLine.compare(0, 7, "Groups:") == 0) {
+                    strBlock += strLine + "\n";
+                }
+            }
+            strOut += strBlock + "\n";
+        }
+        closedir(pDir);
+    }
+    return strOut;
+}
+
+[[noreturn]] void ServeAs(const OrvService::CUserAccount& objAccount, const CTestReceiver::ANSWER& stuAnswer,
+                          const std::string& strRecordFolder, int iReadyFd)
+{
+    std::string strProblem;
+    if (!OrvService::CPrivilegeDrop::DropTo(objAccount, strProblem)) {
+        _exit(20);
+    }
+    unsetenv("ORVPRINT_SHM_DIR");
+    unsetenv("XDG_RUNTIME_DIR");
+    OrvUtility::CMsgQueueEx objQueue(ORVPRINT_QUEUE_NAME, CMsgQueueLayout::JOB_REQUEST_CAPACITY,
+                                     CMsgQueueLayout::JOB_RESPONSE_CAPACITY);
+    if (objQueue.IsConstructionFailed()) {
+        _exit(21);
+    }
+    int iRequests = 0;
+    std::thread objLoop([&]() {
+        objQueue.RecvMsgLoop([&](uint8_t* pbyRequest, uint64_t& uiRequestLength, uint8_t* pbyResponse,
+                                 uint64_t& uiResponseLength) {
+            std::ofstream file(strRecordFolder + "/request-" + std::to_string(++iRequests) + ".bin",
+                               std::ios::binary);
+            file.write(reinterpret_cast<const char*>(pbyRequest), static_cast<std::streamsize>(uiRequestLength));
+            file.close();
+            std::ofstream backends(strRecordFolder + "/backends-" + std::to_string(iRequests) + ".txt");
+            backends << BackendCredentials();
+            backends.close();
+            CJobSelectedData objAnswer(pbyResponse, uiResponseLength);
+            objAnswer.SetResult(stuAnswer.iResult);
+            objAnswer.ClearIds();
+            objAnswer.SetPrinterId(stuAnswer.strPrinterId.c_str());
+            objAnswer.SetProjectId(stuAnswer.strProjectId.c_str());
+            uiResponseLength = CJobSelectedData::TOTAL_BUFFER_SIZE;
+            return 0;
+        });
+    });
+    OrvUtility::CNamedMutexProbe objProbe(CMsgQueueLayout::ExistenceMutexName(ORVPRINT_QUEUE_NAME));
+    for (int i = 0; i < 1000 && objProbe.Probe() != OrvUtility::NAMED_MUTEX_OWNED; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    const char chReady = 'R';
+    if (write(iReadyFd, &chReady, 1) != 1) {
+        _exit(22);
+    }
+    objLoop.join();
+    _exit(0);
+}
+
+} // namespace
+
+CTestReceiver::CTestReceiver(const OrvService::CUserAccount& objAccount, const ANSWER& stuAnswer,
+                             const std::string& strRecordFolder)
+{
+    int aiPipe[2];
+    if (pipe2(aiPipe, O_CLOEXEC) != 0) {
+        m_strStartError = "pipe failed";
+        return;
+    }
+    m_pid = fork();
+    if (m_pid == 0) {
+        close(aiPipe[0]);
+        ServeAs(objAccount, stuAnswer, strRecordFolder, aiPipe[1]);
+    }
+    close(aiPipe[1]);
+    if (m_pid < 0) {
+        close(aiPipe[0]);
+        m_strStartError = "fork failed";
+        return;
+    }
+    struct pollfd stuPoll = {aiPipe[0], POLLIN, 0};
+    char chReady = 0;
+    if (poll(&stuPoll, 1, 20000) != 1 || read(aiPipe[0], &chReady, 1) != 1 || chReady != 'R') {
+        m_strStartError = "the receiver did not get ready within 20 s";
+    }
+    close(aiPipe[0]);
+}
+
+CTestReceiver::~CTestReceiver()
+{
+    if (m_pid > 0) {
+        kill(m_pid, SIGKILL);
+        int iStatus = 0;
+        waitpid(m_pid, &iStatus, 0);
+    }
+}
+
+} // namespace orvtest

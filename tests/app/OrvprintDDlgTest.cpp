@@ -688,6 +688,10 @@ TEST_F(OrvprintDDlgTest, CountsRewrittenByAnotherThreadWhileDialogsAreBuiltChang
 {
     m_request.Printer(u"P1", u"Printer 1").Printer(u"P2", u"Printer 2").Project(u"J1", u"Project 1");
     m_vecRequest = m_request.Build();
+    const size_t uiRequestSize = m_vecRequest.size();
+    // The request area of the shared block: a count read half-written may
+    // put the project count anywhere in it.
+    m_vecRequest.resize(CJobOptionData::MAX_BUFFER_SIZE);
     uint8_t* pbyBlock = m_vecRequest.data();
     const size_t uiProjectCount = 4 + 2 * sizeof(CJobOptionData::PRINTER_INFO);
     std::atomic<bool> bStop(false);
@@ -708,7 +712,7 @@ TEST_F(OrvprintDDlgTest, CountsRewrittenByAnotherThreadWhileDialogsAreBuiltChang
     int iRefused = 0;
     int iWrong = 0;
     for (int iRound = 0; iRound < 200; ++iRound) {
-        m_uiRecvSize = m_vecRequest.size();
+        m_uiRecvSize = uiRequestSize;
         m_abyReply.fill(orvtest::REPLY_FILL);
         m_uiRespSize = m_abyReply.size();
         try {

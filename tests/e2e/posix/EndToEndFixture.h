@@ -123,7 +123,7 @@ protected:
         // that the tests see one file (as on Windows); nothing of the
         // account that runs the tests is read or written.
         mkdir(m_tmp.File("config").c_str(), 0700);
-        symlink(m_tmp.File("temp").c_str(), m_tmp.File("config/orv-soft").c_str());
+        EXPECT_EQ(0, symlink(m_tmp.File("temp").c_str(), m_tmp.File("config/orv-soft").c_str()));
         setenv("XDG_CONFIG_HOME", m_tmp.File("config").c_str(), 1);
         setenv("XDG_STATE_HOME", m_tmp.File("state").c_str(), 1);
         setenv("CUPS_SERVERBIN", m_tmp.File("cups").c_str(), 1);

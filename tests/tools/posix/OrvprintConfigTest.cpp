@@ -15,8 +15,14 @@ protected:
     {
         m_folder.WriteFile("machine.ini", "[Software\\Orv-soft\\Client]\nTempDir=" + m_folder.Path() + "/\n");
         setenv("ORVPRINT_MACHINE_CONFIG", m_folder.File("machine.ini").c_str(), 1);
+        // The user's own settings: none, in a folder of the test's.
+        setenv("XDG_CONFIG_HOME", m_folder.File("config").c_str(), 1);
     }
-    ~OrvprintConfigTest() override { unsetenv("ORVPRINT_MACHINE_CONFIG"); }
+    ~OrvprintConfigTest() override
+    {
+        unsetenv("ORVPRINT_MACHINE_CONFIG");
+        unsetenv("XDG_CONFIG_HOME");
+    }
 
     orvtest::TempFolder m_folder;
 };
@@ -36,8 +42,8 @@ TEST_F(OrvprintConfigTest, ControlCharactersOfValuesAreShownAsText)
     std::string strOut;
     std::string strErr;
     EXPECT_EQ(0, orvtest::RunTool(ORVPRINT_CONFIG_PATH, {}, strOut, strErr)) << strOut << strErr;
-    EXPECT_NE(std::string::npos, strOut.find("\n  DefaultPrinter          = \"A\\x1b[31mRed\\x1b[0m\"\n")) << strOut;
-    EXPECT_NE(std::string::npos, strOut.find("\n  DefaultProject          = \"B\\u009b2J\\x07C\\x7f\"\n")) << strOut;
+    EXPECT_NE(std::string::npos, strOut.find("\n  DefaultPrinter          = \"A\\x1b[31mRed\\x1b[0m\"   (machine file)\n")) << strOut;
+    EXPECT_NE(std::string::npos, strOut.find("\n  DefaultProject          = \"B\\u009b2J\\x07C\\x7f\"   (machine file)\n")) << strOut;
     for (const char ch : strOut) {
         const unsigned char by = static_cast<unsigned char>(ch);
         EXPECT_TRUE(by == '\n' || (by >= 0x20 && by != 0x7F)) << "control byte " << static_cast<int>(by);

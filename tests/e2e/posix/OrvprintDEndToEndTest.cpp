@@ -231,12 +231,21 @@ TEST_F(EndToEndTest, ClientToolHoldsNothingOfOrvprintD)
     ASSERT_TRUE(WaitFor([&vecTools] { return !(vecTools = ProcessesOf(BinPath("OrvClientTool"))).empty(); }));
     ASSERT_EQ(1u, vecTools.size());
     const std::string strProc = "/proc/" + std::to_string(vecTools[0]);
+    // While the new program starts, its dynamic loader holds each library it
+    // maps open for a moment: what the program holds is read once it has
+    // settled (a descriptor inherited from OrvprintD stays, and fails).
     std::vector<std::string> vecFds;
-    for (const auto& entry : std::filesystem::directory_iterator(strProc + "/fd")) {
-        vecFds.push_back(entry.path().filename().string() + " -> " +
-                         std::filesystem::read_symlink(entry.path()).string());
-    }
-    std::sort(vecFds.begin(), vecFds.end());
+    const auto ListFds = [&strProc, &vecFds]() {
+        vecFds.clear();
+        std::error_code ec;
+        for (const auto& entry : std::filesystem::directory_iterator(strProc + "/fd", ec)) {
+            vecFds.push_back(entry.path().filename().string() + " -> " +
+                             std::filesystem::read_symlink(entry.path(), ec).string());
+        }
+        std::sort(vecFds.begin(), vecFds.end());
+        return vecFds.size() == 3;
+    };
+    WaitFor(ListFds, std::chrono::seconds(5));
     ASSERT_EQ(3u, vecFds.size()) << ::testing::PrintToString(vecFds);
     for (size_t i = 0; i < 3; ++i) {
         EXPECT_EQ(std::to_string(i) + " -> ", vecFds[i].substr(0, 5));

@@ -98,9 +98,9 @@ chmod 1777 "$work/sanitizer"
 san_env=()
 for v in ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS TSAN_OPTIONS; do
   [ -n "${!v:-}" ] || continue
-  supp=$(printf '%s' "${!v}" | sed -n 's#.*suppressions=\([^:]*\).*#\1#p')
+  supp=$(printf '%s' "${!v}" | sed -n 's#^\(.*:\)\{0,1\}suppressions=\([^:]*\).*#\2#p')
   [ -n "$supp" ] && cp "$supp" "$work/sanitizer/$v.supp" && chmod 644 "$work/sanitizer/$v.supp"
-  san_env+=("$v=$(printf '%s' "${!v}" | sed "s#log_path=[^:]*#log_path=$work/sanitizer/report#; s#suppressions=[^:]*#suppressions=$work/sanitizer/$v.supp#")")
+  san_env+=("$v=$(printf '%s' "${!v}" | sed "s#log_path=[^:]*#log_path=$work/sanitizer/report#; s#^\(\(.*:\)\{0,1\}\)suppressions=[^:]*#\1suppressions=$work/sanitizer/$v.supp#")")
 done
 
 as_user() { # USER COMMAND... : runs in that user's own session environment

@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <vector>
 #include "language/TextConvert.h"
+#include "logging/posix/UserHome.h"
 
 namespace OrvUtility {
 
@@ -32,19 +33,7 @@ std::string ConfigHome()
     if (szConfig && szConfig[0] == '/') {
         return szConfig;
     }
-    std::string strHome;
-    const char* szHome = std::getenv("HOME");
-    if (szHome && szHome[0] == '/') {
-        strHome = szHome;
-    } else {
-        std::vector<char> vecBuf(16384);
-        struct passwd pw;
-        struct passwd* pResult = nullptr;
-        if (getpwuid_r(geteuid(), &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
-            pw.pw_dir[0] == '/') {
-            strHome = pw.pw_dir;
-        }
-    }
+    const std::string strHome = UserHome::Current();
     return strHome.empty() ? strHome : strHome + "/.config";
 }
 

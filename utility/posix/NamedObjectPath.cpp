@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include "language/TextConvert.h"
 #include "logging/posix/NoFollowFile.h"
+#include "logging/posix/UserHome.h"
 
 namespace OrvUtility {
 
@@ -73,12 +74,9 @@ std::vector<std::string> PrivateFolderCandidates(uid_t uid)
 {
     const std::string strUid = std::to_string(static_cast<unsigned long>(uid));
     std::vector<std::string> vecFolders = {"/run/user/" + strUid, "/tmp/orvprint-" + strUid};
-    std::vector<char> vecBuf(16384);
-    struct passwd pw;
-    struct passwd* pResult = nullptr;
-    if (getpwuid_r(uid, &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
-        pw.pw_dir[0] == '/' && std::string(pw.pw_dir) != "/") {
-        vecFolders.push_back(std::string(pw.pw_dir) + "/.cache/orv-soft/run");
+    const std::string strHome = UserHome::Of(uid);
+    if (!strHome.empty()) {
+        vecFolders.push_back(strHome + "/.cache/orv-soft/run");
     }
     return vecFolders;
 }

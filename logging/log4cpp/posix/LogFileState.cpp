@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include "logging/posix/NoFollowFile.h"
+#include "logging/posix/UserHome.h"
 
 namespace LogFileState {
 
@@ -39,19 +40,7 @@ void DefineUserFolders()
     if (szState && szState[0] == '/') {
         return;
     }
-    std::string strHome;
-    const char* szHome = std::getenv("HOME");
-    if (szHome && szHome[0] == '/') {
-        strHome = szHome;
-    } else {
-        std::vector<char> vecBuf(16384);
-        struct passwd pw;
-        struct passwd* pResult = nullptr;
-        if (getpwuid_r(geteuid(), &pw, vecBuf.data(), vecBuf.size(), &pResult) == 0 && pResult && pw.pw_dir &&
-            pw.pw_dir[0] == '/') {
-            strHome = pw.pw_dir;
-        }
-    }
+    const std::string strHome = UserHome::Current();
     if (!strHome.empty()) {
         ::setenv("XDG_STATE_HOME", (strHome + "/.local/state").c_str(), 1);
     }

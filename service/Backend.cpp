@@ -65,9 +65,18 @@ int CBackend::Hold(const std::string& strReason) const
 int CBackend::OpenDocument(std::string& strProblem) const
 {
     if (!m_strFile.empty()) {
-        const int iFd = open(m_strFile.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+        // Opened as root and handed to the worker, which runs as the job's
+        // user: never through a link, never a FIFO or a device.
+        const int iFd = open(m_strFile.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK);
         if (iFd < 0) {
             strProblem = std::string("the job's document cannot be read (") + std::strerror(errno) + ")";
+            return -1;
+        }
+        struct stat st;
+        if (fstat(iFd, &st) != 0 || !S_ISREG(st.st_mode)) {
+            close(iFd);
+            strProblem = "the job's document is not a regular file";
+            return -1;
         }
         return iFd;
     }

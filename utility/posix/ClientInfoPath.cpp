@@ -1,10 +1,8 @@
 #include "utility/ClientInfo.h"
 
 #include <cstdlib>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 #include "language/TextConvert.h"
 #include "logging/posix/UserHome.h"
 

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <pwd.h>
-#include <vector>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>

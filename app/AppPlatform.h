@@ -42,8 +42,9 @@ std::wstring GetAutorunLocation();
 
 // Asks the spooler to load the print processor "orvprint": the result of
 // EnumPrintProcessorDatatypesW with a buffer (1 = success), and the last
-// error after it. Linux: 1 when an executable CUPS filter "orvprint" exists in
-// $CUPS_SERVERBIN/filter (default /usr/lib/cups/filter).
+// error after it. Linux: 1 when the print service's CUPS backend "orvprint"
+// is installed: a regular file, executable by its owner, in
+// $CUPS_SERVERBIN/backend (default /usr/lib/cups/backend).
 int ProbePrintProcessor(uint32_t* puiLastError);
 
 // Linux: blocks SIGTERM, SIGINT and SIGHUP in the calling thread (and so in

@@ -6,7 +6,7 @@
 #
 # Writes DIR/machine.ini (the machine registry stand-in: the client's
 # folders DIR/install, DIR/temp, DIR/log), DIR/temp/Config.ini (projects
-# shown, no saved defaults), a CUPS filter stand-in (the print processor is
+# shown, no saved defaults), a CUPS backend stand-in (the print service is
 # present), DIR/request.json (sample-request.json: two printers and two
 # projects, the way the printing service describes them to orvprint-send),
 # and exports the variables that point OrvprintD at them: named objects in
@@ -17,7 +17,7 @@
 
 private_machine() {
   local dir=$1 shm_dir=$2 runtime_dir=$3 no_project=$4 account=$5
-  mkdir -p "$dir"/{install,temp,log,xdg,cups/filter} "$shm_dir" "$runtime_dir"
+  mkdir -p "$dir"/{install,temp,log,xdg,cups/backend} "$shm_dir" "$runtime_dir"
 
   cat >"$dir/machine.ini" <<INI
 [Software\\Orv-soft\\Client]
@@ -40,8 +40,8 @@ AuditInstalled=1
 SGIdentifyInstalled=0
 FilterIntalled=0
 INI
-  printf '#!/bin/sh\nexec cat\n' >"$dir/cups/filter/orvprint"
-  chmod +x "$dir/cups/filter/orvprint"
+  printf '#!/bin/sh\nexec cat\n' >"$dir/cups/backend/orvprint"
+  chmod +x "$dir/cups/backend/orvprint"
   cp "$(dirname "${BASH_SOURCE[0]}")/sample-request.json" "$dir/request.json"
 
   export ORVPRINT_MACHINE_CONFIG=$dir/machine.ini

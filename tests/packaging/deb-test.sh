@@ -70,13 +70,13 @@ chan_dir_existed=0; [ -e "$chan_dir" ] && chan_dir_existed=1
 
 work=$(mktemp -d /tmp/orvprint-deb-test.XXXXXX)
 chmod 755 "$work"
-mkdir -p "$work/home" "$work/run" "$work/cups/filter"
+mkdir -p "$work/home" "$work/run" "$work/cups/backend"
 chown "$user:$group" "$work/home" "$work/run"
 chmod 700 "$work/run"
 # The print processor's filter belongs to the printing service's package: a
 # stand-in, so that OrvprintD finds it.
-printf '#!/bin/sh\nexec cat\n' >"$work/cups/filter/orvprint"
-chmod 755 "$work/cups/filter/orvprint"
+printf '#!/bin/sh\nexec cat\n' >"$work/cups/backend/orvprint"
+chmod 700 "$work/cups/backend/orvprint"
 
 orv_pid=
 send_pid=

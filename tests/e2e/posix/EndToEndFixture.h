@@ -105,15 +105,15 @@ class EndToEndTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        for (const char* szSub : {"install", "temp", "log", "shm", "xdg", "run", "cups", "cups/filter"}) {
+        for (const char* szSub : {"install", "temp", "log", "shm", "xdg", "run", "cups", "cups/backend"}) {
             mkdir(m_tmp.File(szSub).c_str(), 0700);
         }
         m_tmp.WriteFile("machine.ini", "[Software\\Orv-soft\\Client]\nInstallDir=" + m_tmp.File("install") +
                                            "\nTempDir=" + m_tmp.File("temp") + "\n");
         WriteConfigIni("DisplayProjectSelection=1\nCanSelectNoPrinter=0\nCanSelectNoProject=0\n");
         WriteLogConfig("");
-        m_tmp.WriteFile("cups/filter/orvprint", "#!/bin/sh\nexec cat\n");
-        chmod(m_tmp.File("cups/filter/orvprint").c_str(), 0755);
+        m_tmp.WriteFile("cups/backend/orvprint", "#!/bin/sh\nexec cat\n");
+        chmod(m_tmp.File("cups/backend/orvprint").c_str(), 0700);
 
         setenv("ORVPRINT_MACHINE_CONFIG", m_tmp.File("machine.ini").c_str(), 1);
         setenv("ORVPRINT_SHM_DIR", m_tmp.File("shm").c_str(), 1);

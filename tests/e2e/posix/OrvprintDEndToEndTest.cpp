@@ -135,7 +135,7 @@ TEST_F(EndToEndTest, SecondStartDeniedTheInstanceMutexEndsLikeOneThatFindsIt)
     if (geteuid() == 0) {
         // Root opens any file: start the program as another account, to which
         // the fixture's folders are opened (the lock file stays root's, 0600).
-        for (const char* szSub : {"", "install", "temp", "shm", "xdg", "cups", "cups/filter"}) {
+        for (const char* szSub : {"", "install", "temp", "shm", "xdg", "cups", "cups/backend"}) {
             chmod(m_tmp.File(szSub).c_str(), 0755);
         }
         chmod(m_tmp.Path().c_str(), 0755);

@@ -69,7 +69,7 @@ bob_uid=$(id -u "$bob")
 # The machine: the programs (where both users may run them), the machine
 # registry, the administrator's Config.ini, the log configuration (each
 # user's log in that user's state folder), the print processor's stand-in.
-mkdir -p "$work/bin" "$work/install" "$work/temp" "$work/cups/filter"
+mkdir -p "$work/bin" "$work/install" "$work/temp" "$work/cups/backend"
 cp "$bin/OrvprintD" "$bin/orvprint-send" "$work/bin/"
 cat >"$work/machine.ini" <<INI
 [Software\\Orv-soft\\Client]
@@ -85,8 +85,8 @@ log4cpp.appender.file.fileName=${XDG_STATE_HOME}/orv-soft/log/OrvprintD.log
 log4cpp.appender.file.layout=org.apache.log4cpp.PatternLayout
 log4cpp.appender.file.layout.ConversionPattern=%m%n
 CONF
-printf '#!/bin/sh\nexec cat\n' >"$work/cups/filter/orvprint"
-chmod 755 "$work/cups/filter/orvprint"
+printf '#!/bin/sh\nexec cat\n' >"$work/cups/backend/orvprint"
+chmod 700 "$work/cups/backend/orvprint"
 chmod -R a+rX "$work/bin" "$work/install" "$work/temp" "$work/cups" "$work/machine.ini"
 cp "$root/scripts/sample-request.json" "$work/request.json"
 chmod 644 "$work/request.json"

@@ -1,315 +1,194 @@
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <memory>
-#include <regex>
-#include <sys/stat.h>
-#include <unistd.h>
 #include "Src/Common/include/JobOptionData.h"
-#include "service/UserAccount.h"
 #include "tests/service/TestPdf.h"
-#include "tests/service/cups/PrivateCupsd.h"
-#include "tests/service/cups/TestReceiver.h"
-#include "tests/tools/ToolProcess.h"
-
-using orvtest::CPrivateCupsd;
-using orvtest::CTestReceiver;
+#include "tests/service/cups/CupsServiceTest.h"
+#include <gtest/gtest.h>
+#include <regex>
 
 namespace {
 
-const char USER[] = "orvtest-cups-alice";
-const char SECURE_QUEUE[] = "SecurePrint";
-const int IPP_HELD = 4;
-const int IPP_CANCELED = 7;
-const int IPP_COMPLETED = 9;
-const int WAIT_SECONDS = 60;
+using namespace orvtest;
 
-const char SERVICE_CONF[] = "[Service]\n"
-                            "AnswerTimeoutSeconds=60\n"
-                            "\n"
-                            "[Printer:P1]\n"
-                            "Name=Office\n"
-                            "Queue=office\n"
-                            "[Printer:P2]\n"
-                            "Name=Basement\n"
-                            "Queue=basement\n"
-                            "MaxPagesPerJob=2\n"
-                            "\n"
-                            "[Project:J1]\n"
-                            "Name=Research\n"
-                            "Users=orvtest-cups-alice\n"
-                            "[Project:J2]\n"
-                            "Name=Somebody else's\n"
-                            "Users=orvtest-cups-nobody\n";
+class CupsBackendTest : public CupsServiceTest {};
 
-std::string ReadAll(const std::string& strPath)
-{
-    std::ifstream file(strPath, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+TEST_F(CupsBackendTest, NoReceiverHoldsTheJobSayingHowToReleaseIt) {
+  const int iOfficeJobs = s_pCupsd->CountJobs("office");
+  const int iJob =
+      Submit("nobody answers", WriteDocument("held.txt", "held\n"));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+  EXPECT_EQ(IPP_HELD, stuState.iState);
+  EXPECT_EQ(
+      HeldMessage("OrvprintD is not running for user orvtest-cups-alice", iJob),
+      stuState.strMessage);
+  EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
 }
 
-// One private scheduler with the secure queue and two capture printers, and
-// one test user, for all tests of this suite.
-class CupsBackendTest : public ::testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        s_strSkip = CPrivateCupsd::MissingReason();
-        if (!s_strSkip.empty()) {
-            return;
-        }
-        std::string strOut, strErr;
-        if (!OrvService::CUserAccount::Lookup(USER, s_objUser)) {
-            if (orvtest::RunTool("/usr/sbin/useradd", {"-M", "-d", "/nonexistent", "-s", "/usr/sbin/nologin", USER},
-                                 strOut, strErr) != 0 ||
-                !OrvService::CUserAccount::Lookup(USER, s_objUser)) {
-                s_strSkip = "could not make the test user " + std::string(USER) + ": " + strErr;
-                return;
-            }
-            s_bMadeUser = true;
-        }
-        const std::string strChannel = "/tmp/orvprint-" + std::to_string(s_objUser.GetUid());
-        s_bChannelExisted = access(strChannel.c_str(), F_OK) == 0;
-        s_pCupsd = new CPrivateCupsd(ORVPRINT_BACKEND_PATH);
-        s_strSetupError = s_pCupsd->GetStartError();
-        for (const std::string& strError :
-             {s_pCupsd->AddQueue(SECURE_QUEUE, "orvprint:/"), s_pCupsd->AddCaptureQueue("office"),
-              s_pCupsd->AddCaptureQueue("basement")}) {
-            if (s_strSetupError.empty()) {
-                s_strSetupError = strError;
-            }
-        }
-    }
+TEST_F(CupsBackendTest, OkForwardsTheTextUnchangedWithTheProjectAsBilling) {
+  const auto pReceiver = StartReceiver(0, u"P1", u"J1");
+  const int iOfficeLast = s_pCupsd->LastJobId("office");
+  const std::string strBytes =
+      std::string("Secure text\r\n\x01\xFF\xE4\xB8\x89 end\n", 22);
+  const int iJob =
+      Submit("Quarterly report", WriteDocument("report.txt", strBytes));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_COMPLETED, WAIT_SECONDS);
+  ASSERT_EQ(IPP_COMPLETED, stuState.iState) << stuState.strMessage;
+  const int iForwarded =
+      s_pCupsd->WaitForJobAfter("office", iOfficeLast, WAIT_SECONDS);
+  ASSERT_GT(iForwarded, 0);
+  EXPECT_EQ(IPP_COMPLETED,
+            s_pCupsd->WaitForJobState(iForwarded, IPP_COMPLETED, WAIT_SECONDS)
+                .iState);
 
-    static void TearDownTestSuite()
-    {
-        delete s_pCupsd;
-        s_pCupsd = nullptr;
-        if (s_objUser.GetUid() != 0 && !s_bChannelExisted) {
-            std::error_code ec;
-            std::filesystem::remove_all("/tmp/orvprint-" + std::to_string(s_objUser.GetUid()), ec);
-        }
-        if (s_bMadeUser) {
-            std::string strOut, strErr;
-            orvtest::RunTool("/usr/sbin/userdel", {USER}, strOut, strErr);
-        }
-    }
+  // While the request was open the worker ran as the user for good, beside
+  // the root part.
+  const std::string strUid = std::to_string(s_objUser.GetUid());
+  const std::string strGid = std::to_string(s_objUser.GetGid());
+  const std::string strWorker = "Uid:\t" + strUid + "\t" + strUid + "\t" +
+                                strUid + "\t" + strUid + "\nGid:\t" + strGid +
+                                "\t" + strGid + "\t" + strGid + "\t" + strGid +
+                                "\nGroups:\t" + strGid + " \n\n";
+  const std::string strBackends = ReadAll(m_strRecords + "/backends-1.txt");
+  EXPECT_NE(std::string::npos, strBackends.find(strWorker)) << strBackends;
+  EXPECT_NE(std::string::npos, strBackends.find("Uid:\t0\t0\t0\t0\n"))
+      << strBackends;
 
-    void SetUp() override
-    {
-        if (!s_strSkip.empty()) {
-            GTEST_SKIP() << s_strSkip;
-        }
-        ASSERT_EQ("", s_strSetupError);
-        WriteServiceConf(SERVICE_CONF);
-        // Where the receiver keeps the requests it got: the user's to write.
-        m_strRecords = s_pCupsd->Folder() + "/requests-" + std::to_string(++s_iTest);
-        mkdir(m_strRecords.c_str(), 0700);
-        ASSERT_EQ(0, chown(m_strRecords.c_str(), s_objUser.GetUid(), s_objUser.GetGid()));
-    }
+  const std::string strCaptured =
+      s_pCupsd->CaptureFolder() + "/office-" + std::to_string(iForwarded);
+  EXPECT_EQ(strBytes, ReadAll(strCaptured));
+  EXPECT_EQ("user=orvtest-cups-alice\ntitle=Quarterly "
+            "report\ncopies=1\ncontent=text/plain\n",
+            ReadAll(strCaptured + ".args"));
+  const std::regex rePageLine("(^|\n)office orvtest-cups-alice " +
+                              std::to_string(iForwarded) +
+                              " \\[[^\\]]*\\] total [0-9]+ J1 ");
+  EXPECT_TRUE(std::regex_search(s_pCupsd->PageLog(), rePageLine))
+      << s_pCupsd->PageLog();
 
-    void WriteServiceConf(const std::string& strText)
-    {
-        std::ofstream file(s_pCupsd->ServiceConfPath(), std::ios::binary | std::ios::trunc);
-        file << strText;
-    }
+  // The request: both printers, only the user's own project, pages unknown.
+  const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
+  const CJobOptionData objRequest(strRequest.data(), strRequest.size());
+  ASSERT_EQ(2, objRequest.GetPrinterCount());
+  ASSERT_EQ(1, objRequest.GetProjectCount());
+  CJobOptionData::PROJECT_INFO stuProject;
+  objRequest.GetProjectInfo(0, stuProject);
+  EXPECT_EQ(u"J1", std::u16string(stuProject.szProjectId));
+  CJobOptionData::PRINTER_INFO stuPrinter;
+  objRequest.GetPrinterInfo(0, stuPrinter);
+  EXPECT_EQ(u"P1", std::u16string(stuPrinter.szPrinterId));
+  EXPECT_EQ(u"Office", std::u16string(stuPrinter.szPrinterName));
+  EXPECT_EQ(0, stuPrinter.iPageTotal);
+  EXPECT_FALSE(stuPrinter.bTooMayPages);
+}
 
-    std::string WriteDocument(const std::string& strName, const std::string& strBytes)
-    {
-        const std::string strPath = s_pCupsd->Folder() + "/" + strName;
-        std::ofstream file(strPath, std::ios::binary | std::ios::trunc);
-        file << strBytes;
-        return strPath;
-    }
+TEST_F(CupsBackendTest, OkForwardsThePdfWithItsPagesCounted) {
+  const auto pReceiver = StartReceiver(0, u"P2", u"");
+  const int iBasementLast = s_pCupsd->LastJobId("basement");
+  const std::string strPdf = orvtest::MakePdf(3);
+  const int iJob = Submit("Three pages", WriteDocument("three.pdf", strPdf));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_COMPLETED, WAIT_SECONDS);
+  ASSERT_EQ(IPP_COMPLETED, stuState.iState) << stuState.strMessage;
+  const int iForwarded =
+      s_pCupsd->WaitForJobAfter("basement", iBasementLast, WAIT_SECONDS);
+  ASSERT_GT(iForwarded, 0);
+  EXPECT_EQ(IPP_COMPLETED,
+            s_pCupsd->WaitForJobState(iForwarded, IPP_COMPLETED, WAIT_SECONDS)
+                .iState);
+  const std::string strCaptured =
+      s_pCupsd->CaptureFolder() + "/basement-" + std::to_string(iForwarded);
+  EXPECT_EQ(strPdf, ReadAll(strCaptured));
+  EXPECT_NE(std::string::npos,
+            ReadAll(strCaptured + ".args").find("content=application/pdf\n"));
+  const std::regex rePageLine("(^|\n)basement orvtest-cups-alice " +
+                              std::to_string(iForwarded) +
+                              " \\[[^\\]]*\\] total [0-9]+ - ");
+  EXPECT_TRUE(std::regex_search(s_pCupsd->PageLog(), rePageLine))
+      << s_pCupsd->PageLog();
 
-    std::unique_ptr<CTestReceiver> StartReceiver(int iResult, const std::u16string& strPrinter,
-                                                 const std::u16string& strProject)
-    {
-        CTestReceiver::ANSWER stuAnswer;
-        stuAnswer.iResult = iResult;
-        stuAnswer.strPrinterId = strPrinter;
-        stuAnswer.strProjectId = strProject;
-        auto pReceiver = std::make_unique<CTestReceiver>(s_objUser, stuAnswer, m_strRecords);
-        EXPECT_EQ("", pReceiver->GetStartError());
-        return pReceiver;
-    }
+  const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
+  const CJobOptionData objRequest(strRequest.data(), strRequest.size());
+  ASSERT_EQ(2, objRequest.GetPrinterCount());
+  CJobOptionData::PRINTER_INFO stuPrinter;
+  objRequest.GetPrinterInfo(0, stuPrinter);
+  EXPECT_EQ(3, stuPrinter.iPageTotal);
+  EXPECT_FALSE(stuPrinter.bTooMayPages);
+  objRequest.GetPrinterInfo(1, stuPrinter);
+  EXPECT_EQ(3, stuPrinter.iPageTotal);
+  EXPECT_EQ(2, stuPrinter.iMaxPagesPerJob);
+  EXPECT_TRUE(stuPrinter.bTooMayPages);
+}
 
-    int Submit(const std::string& strTitle, const std::string& strFile)
-    {
-        std::string strError;
-        const int iJob = s_pCupsd->Submit(USER, SECURE_QUEUE, strTitle, strFile, strError);
-        EXPECT_GT(iJob, 0) << strError;
-        return iJob;
-    }
+TEST_F(CupsBackendTest, CancelCancelsTheJobAndPrintsNothing) {
+  const auto pReceiver = StartReceiver(1, u"", u"");
+  const int iOfficeJobs = s_pCupsd->CountJobs("office");
+  const int iBasementJobs = s_pCupsd->CountJobs("basement");
+  const int iJob =
+      Submit("Not wanted", WriteDocument("cancel.txt", "cancel me\n"));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_CANCELED, WAIT_SECONDS);
+  EXPECT_EQ(IPP_CANCELED, stuState.iState) << stuState.strMessage;
+  EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
+  EXPECT_EQ(iBasementJobs, s_pCupsd->CountJobs("basement"));
+}
 
-    std::string HeldMessage(const std::string& strReason, int iJob) const
-    {
-        return strReason + "; the job is held. Release it with: lp -i " + SECURE_QUEUE + "-" + std::to_string(iJob) +
-               " -H resume";
-    }
-
-    static std::string s_strSkip;
-    static std::string s_strSetupError;
-    static CPrivateCupsd* s_pCupsd;
-    static OrvService::CUserAccount s_objUser;
-    static bool s_bMadeUser;
-    static bool s_bChannelExisted;
-    static int s_iTest;
-    std::string m_strRecords;
-};
-
-std::string CupsBackendTest::s_strSkip;
-std::string CupsBackendTest::s_strSetupError;
-CPrivateCupsd* CupsBackendTest::s_pCupsd = nullptr;
-OrvService::CUserAccount CupsBackendTest::s_objUser;
-bool CupsBackendTest::s_bMadeUser = false;
-bool CupsBackendTest::s_bChannelExisted = false;
-int CupsBackendTest::s_iTest = 0;
-
-TEST_F(CupsBackendTest, NoReceiverHoldsTheJobSayingHowToReleaseIt)
-{
-    const int iOfficeJobs = s_pCupsd->CountJobs("office");
-    const int iJob = Submit("nobody answers", WriteDocument("held.txt", "held\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+TEST_F(CupsBackendTest, AnswerThatWasNotOfferedHoldsTheJob) {
+  {
+    const auto pReceiver = StartReceiver(0, u"P9", u"J1");
+    const int iJob = Submit("Unknown printer", WriteDocument("p9.txt", "p9\n"));
+    const CPrivateCupsd::JOB_STATE stuState =
+        s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
     EXPECT_EQ(IPP_HELD, stuState.iState);
-    EXPECT_EQ(HeldMessage("OrvprintD is not running for user orvtest-cups-alice", iJob), stuState.strMessage);
-    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
-}
-
-TEST_F(CupsBackendTest, OkForwardsTheTextUnchangedWithTheProjectAsBilling)
-{
-    const auto pReceiver = StartReceiver(0, u"P1", u"J1");
-    const int iOfficeLast = s_pCupsd->LastJobId("office");
-    const std::string strBytes = std::string("Secure text\r\n\x01\xFF\xE4\xB8\x89 end\n", 22);
-    const int iJob = Submit("Quarterly report", WriteDocument("report.txt", strBytes));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_COMPLETED, WAIT_SECONDS);
-    ASSERT_EQ(IPP_COMPLETED, stuState.iState) << stuState.strMessage;
-    const int iForwarded = s_pCupsd->WaitForJobAfter("office", iOfficeLast, WAIT_SECONDS);
-    ASSERT_GT(iForwarded, 0);
-    EXPECT_EQ(IPP_COMPLETED, s_pCupsd->WaitForJobState(iForwarded, IPP_COMPLETED, WAIT_SECONDS).iState);
-
-    // While the request was open the worker ran as the user for good, beside
-    // the root part.
-    const std::string strUid = std::to_string(s_objUser.GetUid());
-    const std::string strGid = std::to_string(s_objUser.GetGid());
-    const std::string strWorker = "Uid:\t" + strUid + "\t" + strUid + "\t" + strUid + "\t" + strUid + "\nGid:\t" +
-                                  strGid + "\t" + strGid + "\t" + strGid + "\t" + strGid + "\nGroups:\t" + strGid +
-                                  " \n\n";
-    const std::string strBackends = ReadAll(m_strRecords + "/backends-1.txt");
-    EXPECT_NE(std::string::npos, strBackends.find(strWorker)) << strBackends;
-    EXPECT_NE(std::string::npos, strBackends.find("Uid:\t0\t0\t0\t0\n")) << strBackends;
-
-    const std::string strCaptured = s_pCupsd->CaptureFolder() + "/office-" + std::to_string(iForwarded);
-    EXPECT_EQ(strBytes, ReadAll(strCaptured));
-    EXPECT_EQ("user=orvtest-cups-alice\ntitle=Quarterly report\ncopies=1\ncontent=text/plain\n",
-              ReadAll(strCaptured + ".args"));
-    const std::regex rePageLine("(^|\n)office orvtest-cups-alice " + std::to_string(iForwarded) +
-                                " \\[[^\\]]*\\] total [0-9]+ J1 ");
-    EXPECT_TRUE(std::regex_search(s_pCupsd->PageLog(), rePageLine)) << s_pCupsd->PageLog();
-
-    // The request: both printers, only the user's own project, pages unknown.
-    const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
-    const CJobOptionData objRequest(strRequest.data(), strRequest.size());
-    ASSERT_EQ(2, objRequest.GetPrinterCount());
-    ASSERT_EQ(1, objRequest.GetProjectCount());
-    CJobOptionData::PROJECT_INFO stuProject;
-    objRequest.GetProjectInfo(0, stuProject);
-    EXPECT_EQ(u"J1", std::u16string(stuProject.szProjectId));
-    CJobOptionData::PRINTER_INFO stuPrinter;
-    objRequest.GetPrinterInfo(0, stuPrinter);
-    EXPECT_EQ(u"P1", std::u16string(stuPrinter.szPrinterId));
-    EXPECT_EQ(u"Office", std::u16string(stuPrinter.szPrinterName));
-    EXPECT_EQ(0, stuPrinter.iPageTotal);
-    EXPECT_FALSE(stuPrinter.bTooMayPages);
-}
-
-TEST_F(CupsBackendTest, OkForwardsThePdfWithItsPagesCounted)
-{
-    const auto pReceiver = StartReceiver(0, u"P2", u"");
-    const int iBasementLast = s_pCupsd->LastJobId("basement");
-    const std::string strPdf = orvtest::MakePdf(3);
-    const int iJob = Submit("Three pages", WriteDocument("three.pdf", strPdf));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_COMPLETED, WAIT_SECONDS);
-    ASSERT_EQ(IPP_COMPLETED, stuState.iState) << stuState.strMessage;
-    const int iForwarded = s_pCupsd->WaitForJobAfter("basement", iBasementLast, WAIT_SECONDS);
-    ASSERT_GT(iForwarded, 0);
-    EXPECT_EQ(IPP_COMPLETED, s_pCupsd->WaitForJobState(iForwarded, IPP_COMPLETED, WAIT_SECONDS).iState);
-    const std::string strCaptured = s_pCupsd->CaptureFolder() + "/basement-" + std::to_string(iForwarded);
-    EXPECT_EQ(strPdf, ReadAll(strCaptured));
-    EXPECT_NE(std::string::npos, ReadAll(strCaptured + ".args").find("content=application/pdf\n"));
-    const std::regex rePageLine("(^|\n)basement orvtest-cups-alice " + std::to_string(iForwarded) +
-                                " \\[[^\\]]*\\] total [0-9]+ - ");
-    EXPECT_TRUE(std::regex_search(s_pCupsd->PageLog(), rePageLine)) << s_pCupsd->PageLog();
-
-    const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
-    const CJobOptionData objRequest(strRequest.data(), strRequest.size());
-    ASSERT_EQ(2, objRequest.GetPrinterCount());
-    CJobOptionData::PRINTER_INFO stuPrinter;
-    objRequest.GetPrinterInfo(0, stuPrinter);
-    EXPECT_EQ(3, stuPrinter.iPageTotal);
-    EXPECT_FALSE(stuPrinter.bTooMayPages);
-    objRequest.GetPrinterInfo(1, stuPrinter);
-    EXPECT_EQ(3, stuPrinter.iPageTotal);
-    EXPECT_EQ(2, stuPrinter.iMaxPagesPerJob);
-    EXPECT_TRUE(stuPrinter.bTooMayPages);
-}
-
-TEST_F(CupsBackendTest, CancelCancelsTheJobAndPrintsNothing)
-{
-    const auto pReceiver = StartReceiver(1, u"", u"");
-    const int iOfficeJobs = s_pCupsd->CountJobs("office");
-    const int iBasementJobs = s_pCupsd->CountJobs("basement");
-    const int iJob = Submit("Not wanted", WriteDocument("cancel.txt", "cancel me\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_CANCELED, WAIT_SECONDS);
-    EXPECT_EQ(IPP_CANCELED, stuState.iState) << stuState.strMessage;
-    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
-    EXPECT_EQ(iBasementJobs, s_pCupsd->CountJobs("basement"));
-}
-
-TEST_F(CupsBackendTest, AnswerThatWasNotOfferedHoldsTheJob)
-{
-    {
-        const auto pReceiver = StartReceiver(0, u"P9", u"J1");
-        const int iJob = Submit("Unknown printer", WriteDocument("p9.txt", "p9\n"));
-        const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-        EXPECT_EQ(IPP_HELD, stuState.iState);
-        EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice chose printer P9, which was not offered", iJob),
-                  stuState.strMessage);
-    }
-    {
-        const auto pReceiver = StartReceiver(0, u"P1", u"J2");
-        const int iOfficeJobs = s_pCupsd->CountJobs("office");
-        const int iJob = Submit("Somebody else's project", WriteDocument("j2.txt", "j2\n"));
-        const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-        EXPECT_EQ(IPP_HELD, stuState.iState);
-        EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice chose project J2, which was not offered", iJob),
-                  stuState.strMessage);
-        EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
-    }
-}
-
-TEST_F(CupsBackendTest, MalformedAnswerHoldsTheJob)
-{
-    const auto pReceiver = StartReceiver(7, u"P1", u"J1");
-    const int iOfficeJobs = s_pCupsd->CountJobs("office");
-    const int iJob = Submit("Odd answer", WriteDocument("odd.txt", "odd\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-    EXPECT_EQ(IPP_HELD, stuState.iState);
-    EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice gave a malformed answer", iJob), stuState.strMessage);
-    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
-}
-
-TEST_F(CupsBackendTest, BadConfigurationHoldsTheJobNamingFileAndLine)
-{
-    const auto pReceiver = StartReceiver(0, u"P1", u"");
-    WriteServiceConf("[Printer:P1]\nName=Office\nQueue=office\nMaxPagesPerJob=-1\n");
-    const int iJob = Submit("Bad configuration", WriteDocument("conf.txt", "conf\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-    EXPECT_EQ(IPP_HELD, stuState.iState);
-    EXPECT_EQ(HeldMessage("Print service configuration error: " + s_pCupsd->ServiceConfPath() +
-                              ", line 4: MaxPagesPerJob must be a whole number of 0 or more",
+    EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice chose printer "
+                          "P9, which was not offered",
                           iJob),
               stuState.strMessage);
+  }
+  {
+    const auto pReceiver = StartReceiver(0, u"P1", u"J2");
+    const int iOfficeJobs = s_pCupsd->CountJobs("office");
+    const int iJob =
+        Submit("Somebody else's project", WriteDocument("j2.txt", "j2\n"));
+    const CPrivateCupsd::JOB_STATE stuState =
+        s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+    EXPECT_EQ(IPP_HELD, stuState.iState);
+    EXPECT_EQ(HeldMessage("OrvprintD of user orvtest-cups-alice chose project "
+                          "J2, which was not offered",
+                          iJob),
+              stuState.strMessage);
+    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
+  }
+}
+
+TEST_F(CupsBackendTest, MalformedAnswerHoldsTheJob) {
+  const auto pReceiver = StartReceiver(7, u"P1", u"J1");
+  const int iOfficeJobs = s_pCupsd->CountJobs("office");
+  const int iJob = Submit("Odd answer", WriteDocument("odd.txt", "odd\n"));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+  EXPECT_EQ(IPP_HELD, stuState.iState);
+  EXPECT_EQ(
+      HeldMessage(
+          "OrvprintD of user orvtest-cups-alice gave a malformed answer", iJob),
+      stuState.strMessage);
+  EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
+}
+
+TEST_F(CupsBackendTest, BadConfigurationHoldsTheJobNamingFileAndLine) {
+  const auto pReceiver = StartReceiver(0, u"P1", u"");
+  WriteServiceConf(
+      "[Printer:P1]\nName=Office\nQueue=office\nMaxPagesPerJob=-1\n");
+  const int iJob =
+      Submit("Bad configuration", WriteDocument("conf.txt", "conf\n"));
+  const CPrivateCupsd::JOB_STATE stuState =
+      s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+  EXPECT_EQ(IPP_HELD, stuState.iState);
+  EXPECT_EQ(
+      HeldMessage(
+          "Print service configuration error: " + s_pCupsd->ServiceConfPath() +
+              ", line 4: MaxPagesPerJob must be a whole number of 0 or more",
+          iJob),
+      stuState.strMessage);
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include "language/TextConvert.h"
 #include "service/JobForwarder.h"
 #include "service/JobWorker.h"
+#include "service/PendingMarker.h"
 #include "service/ScopedFd.h"
 
 namespace OrvService {
@@ -28,6 +29,28 @@ const int WORKER_GRACE_SECONDS = 60;
 std::string Utf8(const std::u16string& strText)
 {
     return Language::Utf8FromWide(Language::WideFromUtf16(strText.c_str(), strText.size()));
+}
+
+// The scheduler stops a job (cancelled, or the scheduler shuts down) with
+// SIGTERM: the handler only wakes the root part's waits through this pipe.
+int g_iTermPipeWrite = -1;
+
+void OnTerm(int)
+{
+    const int iErr = errno;
+    const char chTerm = 'T';
+    (void)!write(g_iTermPipeWrite, &chTerm, 1);
+    errno = iErr;
+}
+
+// Ends this process as SIGTERM would have without the handler: the
+// scheduler sent it and expects that end.
+[[noreturn]] void EndByTerm()
+{
+    std::fflush(stderr);
+    signal(SIGTERM, SIG_DFL);
+    raise(SIGTERM);
+    _exit(CUPS_BACKEND_FAILED);
 }
 
 long long MonotonicMs()
@@ -107,8 +130,27 @@ int CBackend::OpenDocument(std::string& strProblem) const
     }
 }
 
+bool CBackend::WaitForTurn(const CServiceConfig& objConfig, const CPendingMarker& objMarker) const
+{
+    // As long as the other job may wait for its answer, and then some.
+    const long long llDeadline =
+        MonotonicMs() + (static_cast<long long>(objConfig.GetAnswerTimeoutSeconds()) + WORKER_GRACE_SECONDS) * 1000;
+    int iPauseMs = 10;
+    while (!objMarker.TryLock()) {
+        if (MonotonicMs() >= llDeadline) {
+            return false;
+        }
+        struct pollfd stuPoll = {m_objTermRead.Get(), POLLIN, 0};
+        if (poll(&stuPoll, 1, iPauseMs) > 0) {
+            EndByTerm();
+        }
+        iPauseMs = iPauseMs < 200 ? iPauseMs * 2 : 200;
+    }
+    return true;
+}
+
 bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                                CWorkerResult& objResult, std::string& strProblem) const
+                                int iMarkerFd, CWorkerResult& objResult, std::string& strProblem) const
 {
     int aiPipe[2];
     if (pipe2(aiPipe, O_CLOEXEC) != 0) {
@@ -125,7 +167,9 @@ bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAcco
     }
     if (pid == 0) {
         objReadEnd.Reset();
-        CJobWorker objWorker(objConfig, objAccount, iDocumentFd, m_iCopies, objWriteEnd.Get());
+        m_objTermRead.Reset();
+        signal(SIGTERM, SIG_DFL);
+        CJobWorker objWorker(objConfig, objAccount, iDocumentFd, m_iCopies, iMarkerFd, objWriteEnd.Get());
         _exit(objWorker.Run());
     }
     objWriteEnd.Reset();
@@ -141,12 +185,24 @@ bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAcco
             bTimedOut = true;
             break;
         }
-        struct pollfd stuPoll = {objReadEnd.Get(), POLLIN, 0};
-        const int iReady = poll(&stuPoll, 1, llLeft > 60000 ? 60000 : static_cast<int>(llLeft));
+        struct pollfd astuPoll[2] = {{objReadEnd.Get(), POLLIN, 0}, {m_objTermRead.Get(), POLLIN, 0}};
+        const int iReady = poll(astuPoll, 2, llLeft > 60000 ? 60000 : static_cast<int>(llLeft));
         if (iReady < 0 && errno == EINTR) {
             continue;
         }
         if (iReady <= 0) {
+            continue;
+        }
+        if (astuPoll[1].revents & POLLIN) {
+            // Stopped by the scheduler: the worker goes too. A dialog it
+            // left open stays marked for the user's next job.
+            kill(pid, SIGTERM);
+            int iStatus = 0;
+            while (waitpid(pid, &iStatus, 0) < 0 && errno == EINTR) {
+            }
+            EndByTerm();
+        }
+        if (!(astuPoll[0].revents & (POLLIN | POLLHUP | POLLERR))) {
             continue;
         }
         char achBuf[256];
@@ -239,6 +295,15 @@ int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAc
 int CBackend::Run()
 {
     signal(SIGPIPE, SIG_IGN);
+    int aiTerm[2];
+    if (pipe2(aiTerm, O_CLOEXEC | O_NONBLOCK) == 0) {
+        m_objTermRead.Reset(aiTerm[0]);
+        g_iTermPipeWrite = aiTerm[1];
+        struct sigaction stuAction = {};
+        stuAction.sa_handler = OnTerm;
+        sigemptyset(&stuAction.sa_mask);
+        sigaction(SIGTERM, &stuAction, nullptr);
+    }
     CServiceConfig objConfig;
     try {
         objConfig = CServiceConfig::Load(CServiceConfig::ConfiguredPath());
@@ -260,9 +325,16 @@ int CBackend::Run()
     if (!objDocument.IsValid()) {
         return Hold("The print service cannot take the job: " + strProblem);
     }
+    CPendingMarker objMarker;
+    if (!objMarker.Open(objAccount.GetUid(), strProblem)) {
+        return Hold("The print service cannot keep track of its requests: " + strProblem);
+    }
+    if (!WaitForTurn(objConfig, objMarker)) {
+        return Hold("Another job of user " + m_strUser + " is still waiting for OrvprintD");
+    }
 
     CWorkerResult objResult;
-    if (!AskThroughWorker(objConfig, objAccount, objDocument.Get(), objResult, strProblem)) {
+    if (!AskThroughWorker(objConfig, objAccount, objDocument.Get(), objMarker.GetFd(), objResult, strProblem)) {
         return Hold("The print service could not ask OrvprintD of user " + m_strUser + ": " + strProblem);
     }
     switch (objResult.GetOutcome()) {
@@ -280,6 +352,10 @@ int CBackend::Run()
         return Hold("OrvprintD of user " + m_strUser + " ended without answering");
     case CWorkerResult::OUTCOME_BAD_ANSWER:
         return Hold("OrvprintD of user " + m_strUser + " gave a malformed answer");
+    case CWorkerResult::OUTCOME_EARLIER_OPEN:
+        return Hold("OrvprintD of user " + m_strUser +
+                    " still shows the dialog of an earlier job that was stopped; "
+                    "answer or cancel it first");
     default:
         return Hold("The print service could not ask OrvprintD of user " + m_strUser);
     }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <string>
+#include "service/PendingMarker.h"
+#include "service/ScopedFd.h"
 #include "service/ServiceConfig.h"
 #include "service/UserAccount.h"
 #include "service/WorkerResult.h"
@@ -35,7 +37,10 @@ private:
     // Forks the worker and reads its record; false with the reason when the
     // worker gave none, or one that is not well-formed.
     bool AskThroughWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                          CWorkerResult& objResult, std::string& strProblem) const;
+                          int iMarkerFd, CWorkerResult& objResult, std::string& strProblem) const;
+    // Takes the user's marker lock: one job of a user asks at a time. False
+    // when the other job did not finish within its own time limits.
+    bool WaitForTurn(const CServiceConfig& objConfig, const CPendingMarker& objMarker) const;
     int Deliver(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
                 const CWorkerResult& objResult) const;
 
@@ -46,6 +51,8 @@ private:
     std::string m_strOptions;
     std::string m_strFile; // empty: standard input
     std::string m_strQueue; // this secure queue ($PRINTER)
+    // Readable when the scheduler sent SIGTERM.
+    mutable CScopedFd m_objTermRead;
 };
 
 } // namespace OrvService

@@ -1,6 +1,7 @@
 #include "service/JobWorker.h"
 
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstdlib>
@@ -13,7 +14,9 @@
 #include "language/TextConvert.h"
 #include "service/JobRequest.h"
 #include "service/PageCounter.h"
+#include "service/PendingMarker.h"
 #include "service/PrivilegeDrop.h"
+#include "service/ReceiverIdentity.h"
 #include "utility/NamedMutexProbe.h"
 
 namespace OrvService {
@@ -47,12 +50,13 @@ int MinuteOfDay()
 
 } // namespace
 
-CJobWorker::CJobWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                       int iCopies, int iResultFd)
+CJobWorker::CJobWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd, int iCopies,
+                       int iMarkerFd, int iResultFd)
     : m_objConfig(objConfig)
     , m_objAccount(objAccount)
     , m_iDocumentFd(iDocumentFd)
     , m_iCopies(iCopies)
+    , m_iMarkerFd(iMarkerFd)
     , m_iResultFd(iResultFd)
 {
 }
@@ -96,6 +100,8 @@ CWorkerResult CJobWorker::Ask(int iPageTotal)
 
     OrvUtility::CNamedMutexProbe objProbe(CMsgQueueLayout::ExistenceMutexName(ORVPRINT_QUEUE_NAME));
     if (objProbe.Probe() != OrvUtility::NAMED_MUTEX_OWNED) {
+        // No OrvprintD: no dialog of an ended job can be open either.
+        CPendingMarker::Clear(m_iMarkerFd);
         return CWorkerResult(CWorkerResult::OUTCOME_NOT_RUNNING, u"", u"", iPageTotal);
     }
 
@@ -113,15 +119,29 @@ CWorkerResult CJobWorker::Ask(int iPageTotal)
     if (!objSender.IsOpen()) {
         return objFailed;
     }
+    const std::string strReceiver = CReceiverIdentity::Current();
+    uint32_t uiTimeoutMs = static_cast<uint32_t>(m_objConfig.GetAnswerTimeoutSeconds()) * 1000u;
+    if (!SettleEarlierRequest(objSender, strReceiver, uiTimeoutMs)) {
+        return CWorkerResult(CWorkerResult::OUTCOME_EARLIER_OPEN, u"", u"", iPageTotal);
+    }
+    if (!CPendingMarker::MarkPending(m_iMarkerFd, strReceiver)) {
+        return objFailed;
+    }
     CMsgQueueSender::REPLY stuReply;
-    const uint32_t uiTimeoutMs = static_cast<uint32_t>(m_objConfig.GetAnswerTimeoutSeconds()) * 1000u;
-    switch (objSender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeoutMs,
-                           stuReply)) {
+    const CMsgQueueSender::SendResult eSent =
+        objSender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), uiTimeoutMs, stuReply);
+    if (eSent != CMsgQueueSender::SEND_TIMED_OUT) {
+        // Answered, or never open: a request still open when the time ran
+        // out stays marked, and the user's next job waits for its answer.
+        CPendingMarker::Clear(m_iMarkerFd);
+    }
+    switch (eSent) {
     case CMsgQueueSender::SEND_ANSWERED:
         break;
     case CMsgQueueSender::SEND_NO_RECEIVER:
         return CWorkerResult(CWorkerResult::OUTCOME_RECEIVER_GONE, u"", u"", iPageTotal);
     case CMsgQueueSender::SEND_TIMED_OUT:
+    case CMsgQueueSender::SEND_SENDERS_TIMED_OUT:
         return CWorkerResult(CWorkerResult::OUTCOME_TIMED_OUT, u"", u"", iPageTotal);
     default:
         return objFailed;
@@ -148,6 +168,34 @@ CWorkerResult CJobWorker::Ask(int iPageTotal)
         return objBad; // no terminator
     }
     return CWorkerResult(CWorkerResult::OUTCOME_OK, strPrinterId, strProjectId, iPageTotal);
+}
+
+bool CJobWorker::SettleEarlierRequest(OrvUtility::CMsgQueueSender& objSender, const std::string& strReceiver,
+                                      uint32_t& uiTimeoutMs) const
+{
+    using OrvUtility::CMsgQueueSender;
+    const std::string strPending = CPendingMarker::ReadPending(m_iMarkerFd);
+    if (strPending.empty()) {
+        return true;
+    }
+    if (strPending != (strReceiver.empty() ? "-" : strReceiver)) {
+        // Marked by a job that asked another OrvprintD, which is gone.
+        CPendingMarker::Clear(m_iMarkerFd);
+        return true;
+    }
+    const auto tpStart = std::chrono::steady_clock::now();
+    switch (objSender.AwaitAbandonedAnswer(uiTimeoutMs)) {
+    case CMsgQueueSender::SEND_ANSWERED:
+    case CMsgQueueSender::SEND_NO_RECEIVER:
+        CPendingMarker::Clear(m_iMarkerFd);
+        break;
+    default:
+        return false;
+    }
+    const auto llSpent =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - tpStart).count();
+    uiTimeoutMs = llSpent >= uiTimeoutMs ? 1u : uiTimeoutMs - static_cast<uint32_t>(llSpent);
+    return true;
 }
 
 bool CJobWorker::WriteResult(const CWorkerResult& objResult) const

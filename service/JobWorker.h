@@ -2,6 +2,7 @@
 
 #include <string>
 #include <vector>
+#include "Src/PrintingService/Common/Include/MsgQueueSender.h"
 #include "service/ServiceConfig.h"
 #include "service/UserAccount.h"
 #include "service/WorkerResult.h"
@@ -16,8 +17,10 @@ namespace OrvService {
 // CWorkerResult record to the pipe and ends.
 class CJobWorker {
 public:
+    // iMarkerFd: the user's pending marker (CPendingMarker), open and locked
+    // by the root part.
     CJobWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd, int iCopies,
-               int iResultFd);
+               int iMarkerFd, int iResultFd);
 
     CJobWorker(const CJobWorker&) = delete;
     CJobWorker& operator=(const CJobWorker&) = delete;
@@ -27,6 +30,11 @@ public:
 
 private:
     CWorkerResult Ask(int iPageTotal);
+    // Before this job's request: waits (within the answer time, which it
+    // shortens) for the answer to an ended job's request still open in the
+    // same OrvprintD. False when that request is still open.
+    bool SettleEarlierRequest(OrvUtility::CMsgQueueSender& objSender, const std::string& strReceiver,
+                              uint32_t& uiTimeoutMs) const;
     std::vector<int> CountQueueJobs() const;
     bool WriteResult(const CWorkerResult& objResult) const;
 
@@ -34,6 +42,7 @@ private:
     const CUserAccount& m_objAccount;
     int m_iDocumentFd;
     int m_iCopies;
+    int m_iMarkerFd;
     int m_iResultFd;
 };
 

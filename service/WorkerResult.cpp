@@ -63,7 +63,7 @@ bool CWorkerResult::Decode(const void* pData, size_t uiSize, CWorkerResult& objR
         strProblem = "the record does not begin with its mark";
         return false;
     }
-    if (stuRecord.uiOutcome < OUTCOME_OK || stuRecord.uiOutcome > OUTCOME_FAILED) {
+    if (stuRecord.uiOutcome < OUTCOME_OK || stuRecord.uiOutcome > OUTCOME_EARLIER_OPEN) {
         strProblem = "unknown outcome " + std::to_string(stuRecord.uiOutcome);
         return false;
     }

@@ -12,13 +12,14 @@ namespace OrvService {
 class CWorkerResult {
 public:
     enum EOutcome : uint32_t {
-        OUTCOME_OK = 1,             // printer (empty: roaming) and project chosen
-        OUTCOME_CANCELLED = 2,      // the user cancelled printing
-        OUTCOME_NOT_RUNNING = 3,    // no OrvprintD of this user
-        OUTCOME_TIMED_OUT = 4,      // no answer in time
-        OUTCOME_RECEIVER_GONE = 5,  // OrvprintD ended or quit without answering
-        OUTCOME_BAD_ANSWER = 6,     // a malformed answer
-        OUTCOME_FAILED = 7,         // the worker could not ask (privileges, channel)
+        OUTCOME_OK = 1,            // printer (empty: roaming) and project chosen
+        OUTCOME_CANCELLED = 2,     // the user cancelled printing
+        OUTCOME_NOT_RUNNING = 3,   // no OrvprintD of this user
+        OUTCOME_TIMED_OUT = 4,     // no answer in time
+        OUTCOME_RECEIVER_GONE = 5, // OrvprintD ended or quit without answering
+        OUTCOME_BAD_ANSWER = 6,    // a malformed answer
+        OUTCOME_FAILED = 7,        // the worker could not ask (privileges, channel)
+        OUTCOME_EARLIER_OPEN = 8,  // an ended job's request is still open in OrvprintD
     };
 
     static constexpr uint32_t MAGIC = 0x57565230; // "0RVW"

@@ -60,7 +60,8 @@ TEST(WorkerResultTest, MalformedRecordsRefusedWithTheReason)
     stuBad.uiMagic ^= 1;
     EXPECT_EQ("the record does not begin with its mark", Problem(stuBad));
     EXPECT_EQ("unknown outcome 0", Problem(Record(0, u"", u"", 0)));
-    EXPECT_EQ("unknown outcome 8", Problem(Record(8, u"", u"", 0)));
+    EXPECT_EQ("(accepted)", Problem(Record(CWorkerResult::OUTCOME_EARLIER_OPEN, u"", u"", 0)));
+    EXPECT_EQ("unknown outcome 9", Problem(Record(9, u"", u"", 0)));
     EXPECT_EQ("an id is not terminated within its field", Problem(Record(1, u"ABCDEFGHIJ", u"", 0)));
     stuBad = stuGood;
     stuBad.szProjectId[5] = u'x'; // after the terminator

@@ -125,7 +125,8 @@ CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath)
                   "/cache\nStateDir " + D + "/state\nRequestRoot " + D + "/spool\nTempDir " + D +
                   "/spool/tmp\nAccessLog " + D + "/log/access_log\nErrorLog " + D + "/log/error_log\nPageLog " + D +
                   "/log/page_log\nSetEnv ORVPRINT_SERVICE_CONF " + D +
-                  "/print-service.conf\n"
+                  "/print-service.conf\nSetEnv ORVPRINT_SERVICE_STATE_DIR " + D +
+                  "/service-state\n"
                   // A sanitizer build's backend must end with its own exit code.
                   "SetEnv ASAN_OPTIONS detect_leaks=0\n",
               0644);

@@ -46,13 +46,15 @@ public:
         std::string strMessage;   // job-printer-state-message
     };
     JOB_STATE GetJobState(int iJobId) const;
-    // Polls until the job's state is iState (at most iSeconds); the last state seen.
+    // Polls until the job's state is iState (at most iSeconds); the last state
+    // seen.
     JOB_STATE WaitForJobState(int iJobId, int iState, int iSeconds) const;
     // Jobs of a queue in any state.
     int CountJobs(const std::string& strQueue) const;
     // The highest job id on a queue (any state), 0 when none.
     int LastJobId(const std::string& strQueue) const;
-    // Polls until the queue has a job above iAfter (at most iSeconds); its id, 0 when none came.
+    // Polls until the queue has a job above iAfter (at most iSeconds); its id, 0
+    // when none came.
     int WaitForJobAfter(const std::string& strQueue, int iAfter, int iSeconds) const;
 
 private:

@@ -1,5 +1,6 @@
 #include "tests/service/cups/TestReceiver.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <dirent.h>
@@ -53,8 +54,9 @@ std::string BackendCredentials()
     return strOut;
 }
 
-[[noreturn]] void ServeAs(const OrvService::CUserAccount& objAccount, const CTestReceiver::ANSWER& stuAnswer,
-                          const std::string& strRecordFolder, int iReadyFd)
+[[noreturn]] void ServeAs(const OrvService::CUserAccount& objAccount,
+                          const std::vector<CTestReceiver::ANSWER>& vecAnswers, const std::string& strRecordFolder,
+                          int iReadyFd, int iGateRead, int iEnteredWrite)
 {
     std::string strProblem;
     if (!OrvService::CPrivilegeDrop::DropTo(objAccount, strProblem)) {
@@ -78,6 +80,15 @@ std::string BackendCredentials()
             std::ofstream backends(strRecordFolder + "/backends-" + std::to_string(iRequests) + ".txt");
             backends << BackendCredentials();
             backends.close();
+            if (iGateRead >= 0) {
+                const char chEntered = 'E';
+                char chGo = 0;
+                if (write(iEnteredWrite, &chEntered, 1) != 1 || read(iGateRead, &chGo, 1) != 1) {
+                    _exit(23);
+                }
+            }
+            const CTestReceiver::ANSWER& stuAnswer =
+                vecAnswers[std::min(static_cast<size_t>(iRequests), vecAnswers.size()) - 1];
             CJobSelectedData objAnswer(pbyResponse, uiResponseLength);
             objAnswer.SetResult(stuAnswer.iResult);
             objAnswer.ClearIds();
@@ -104,17 +115,42 @@ std::string BackendCredentials()
 CTestReceiver::CTestReceiver(const OrvService::CUserAccount& objAccount, const ANSWER& stuAnswer,
                              const std::string& strRecordFolder)
 {
+    Start(objAccount, {stuAnswer}, strRecordFolder, false);
+}
+
+CTestReceiver::CTestReceiver(const OrvService::CUserAccount& objAccount, const std::vector<ANSWER>& vecAnswers,
+                             const std::string& strRecordFolder, bool bGated)
+{
+    Start(objAccount, vecAnswers, strRecordFolder, bGated);
+}
+
+void CTestReceiver::Start(const OrvService::CUserAccount& objAccount, const std::vector<ANSWER>& vecAnswers,
+                          const std::string& strRecordFolder, bool bGated)
+{
     int aiPipe[2];
-    if (pipe2(aiPipe, O_CLOEXEC) != 0) {
+    int aiGate[2] = {-1, -1};
+    int aiEntered[2] = {-1, -1};
+    if (vecAnswers.empty() || pipe2(aiPipe, O_CLOEXEC) != 0 ||
+        (bGated && (pipe2(aiGate, O_CLOEXEC) != 0 || pipe2(aiEntered, O_CLOEXEC) != 0))) {
         m_strStartError = "pipe failed";
         return;
     }
     m_pid = fork();
     if (m_pid == 0) {
         close(aiPipe[0]);
-        ServeAs(objAccount, stuAnswer, strRecordFolder, aiPipe[1]);
+        if (bGated) {
+            close(aiGate[1]);
+            close(aiEntered[0]);
+        }
+        ServeAs(objAccount, vecAnswers, strRecordFolder, aiPipe[1], aiGate[0], aiEntered[1]);
     }
     close(aiPipe[1]);
+    if (bGated) {
+        close(aiGate[0]);
+        close(aiEntered[1]);
+        m_iGateWrite = aiGate[1];
+        m_iEnteredRead = aiEntered[0];
+    }
     if (m_pid < 0) {
         close(aiPipe[0]);
         m_strStartError = "fork failed";
@@ -128,8 +164,28 @@ CTestReceiver::CTestReceiver(const OrvService::CUserAccount& objAccount, const A
     close(aiPipe[0]);
 }
 
+bool CTestReceiver::WaitForRequest(int iSeconds)
+{
+    struct pollfd stuPoll = {m_iEnteredRead, POLLIN, 0};
+    char chEntered = 0;
+    return m_iEnteredRead >= 0 && poll(&stuPoll, 1, iSeconds * 1000) == 1 && read(m_iEnteredRead, &chEntered, 1) == 1;
+}
+
+void CTestReceiver::Release()
+{
+    const char chGo = 'G';
+    if (m_iGateWrite >= 0) {
+        (void)!write(m_iGateWrite, &chGo, 1);
+    }
+}
+
 CTestReceiver::~CTestReceiver()
 {
+    for (int iFd : {m_iGateWrite, m_iEnteredRead}) {
+        if (iFd >= 0) {
+            close(iFd);
+        }
+    }
     if (m_pid > 0) {
         kill(m_pid, SIGKILL);
         int iStatus = 0;

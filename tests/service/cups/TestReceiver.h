@@ -2,6 +2,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 #include "service/UserAccount.h"
 
 namespace orvtest {
@@ -11,8 +12,8 @@ namespace orvtest {
 // user's private folder) with one fixed answer. Each request's bytes are
 // kept as <record folder>/request-N.bin (N from 1), and the Uid:, Gid: and
 // Groups: lines of every backend process (argv[0] "orvprint:/"), seen while
-// the request is open, as <record folder>/backends-N.txt. Ready when constructed
-// (its existence mutex is owned); killed by its pid when destroyed.
+// the request is open, as <record folder>/backends-N.txt. Ready when
+// constructed (its existence mutex is owned); killed by its pid when destroyed.
 class CTestReceiver {
 public:
     struct ANSWER {
@@ -23,6 +24,11 @@ public:
 
     CTestReceiver(const OrvService::CUserAccount& objAccount, const ANSWER& stuAnswer,
                   const std::string& strRecordFolder);
+    // A receiver whose dialog stays open until the test says: request N is
+    // answered with vecAnswers[N - 1] (the last one for the rest) once
+    // Release() was called for it.
+    CTestReceiver(const OrvService::CUserAccount& objAccount, const std::vector<ANSWER>& vecAnswers,
+                  const std::string& strRecordFolder, bool bGated);
     ~CTestReceiver();
 
     CTestReceiver(const CTestReceiver&) = delete;
@@ -31,8 +37,19 @@ public:
     // Empty when it serves, else why not.
     const std::string& GetStartError() const { return m_strStartError; }
 
+    // Gated receiver: waits (at most iSeconds) until the next request is
+    // open in it; false when none came.
+    bool WaitForRequest(int iSeconds);
+    // Gated receiver: lets the oldest open request be answered.
+    void Release();
+
 private:
+    void Start(const OrvService::CUserAccount& objAccount, const std::vector<ANSWER>& vecAnswers,
+               const std::string& strRecordFolder, bool bGated);
+
     pid_t m_pid = -1;
+    int m_iGateWrite = -1;   // a byte: answer the open request
+    int m_iEnteredRead = -1; // a byte: a request is open
     std::string m_strStartError;
 };
 

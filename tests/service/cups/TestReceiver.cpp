@@ -95,6 +95,12 @@ std::string BackendCredentials()
             objAnswer.SetPrinterId(stuAnswer.strPrinterId.c_str());
             objAnswer.SetProjectId(stuAnswer.strProjectId.c_str());
             uiResponseLength = CJobSelectedData::TOTAL_BUFFER_SIZE;
+            if (stuAnswer.bGarbage) {
+                std::fill(pbyResponse, pbyResponse + CJobSelectedData::TOTAL_BUFFER_SIZE, 0xFF);
+            }
+            if (stuAnswer.uiResponseLength) {
+                uiResponseLength = stuAnswer.uiResponseLength;
+            }
             return 0;
         });
     });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -20,6 +21,10 @@ public:
         int iResult = 0;             // 0 OK, 1 cancel
         std::u16string strPrinterId;
         std::u16string strProjectId;
+        // Hostile receivers: the response length it claims (0: the
+        // record's), and an answer of 0xFF bytes instead of a record.
+        uint64_t uiResponseLength = 0;
+        bool bGarbage = false;
     };
 
     CTestReceiver(const OrvService::CUserAccount& objAccount, const ANSWER& stuAnswer,

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the demo and the print service's shell tests: a small, valid
 # PDF made without any tool (A4 pages with one line of text each, Helvetica,
 # a correct cross-reference table), so that the page counter has a real

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the demo and the print service's shell tests: a CUPS scheduler
 # of the caller's own in a folder of its own, so that the machine's CUPS
 # (/etc/cups, the system cupsd) is never touched. The same scheduler as the
@@ -25,6 +26,11 @@
 #                                          -v orvprint:/ -m raw
 #                                          -o printer-op-policy=orvprint
 #   private_cupsd_add_capture_queue NAME   a printer that captures its jobs
+#   private_cupsd_job_state ID             pending, processing, held, completed
+#                                          or canceled
+#   private_cupsd_wait_for_job ID STATE [S]  waits (at most S seconds, 60) until
+#                                          the job is in STATE; prints the state
+#   private_cupsd_job_message QUEUE-ID     the job's state message (lpstat)
 #   private_cupsd_stop                     ends cupsd by its pid (TERM, then
 #                                          KILL after 15 s); the folder stays
 #                                          (the caller's)
@@ -141,6 +147,40 @@ private_cupsd_lpadmin() { # ARGS...
     echo "private cupsd: lpadmin $*: $out" >&2
     return 1
   fi
+}
+
+# The state of job ID, by the scheduler's own log lines at each change
+# (lpstat shows no job state).
+private_cupsd_job_state() { # ID
+  local line
+  line=$(grep -oE "\[Job $1\] (Started backend|Job completed\.|Job canceled at printer\.|Job held indefinitely|Job released by user\.)" \
+           "$PRIVATE_CUPSD_DIR/log/error_log" 2>/dev/null | tail -n 1)
+  case $line in
+    *"Started backend") echo processing ;;
+    *"Job completed.") echo completed ;;
+    *"Job canceled at printer.") echo canceled ;;
+    *"Job held indefinitely") echo held ;;
+    *) echo pending ;;
+  esac
+}
+
+private_cupsd_wait_for_job() { # ID STATE [SECONDS]
+  local deadline=$(($(date +%s) + ${3:-60})) state
+  for (( ; ; )); do
+    state=$(private_cupsd_job_state "$1")
+    if [ "$state" = "$2" ] || [ "$(date +%s)" -gt "$deadline" ]; then
+      echo "$state"
+      return 0
+    fi
+    sleep 0.05
+  done
+}
+
+# The job's state message (job-printer-state-message), e.g. why it is held.
+private_cupsd_job_message() { # QUEUE-ID
+  lpstat -h "$PRIVATE_CUPSD_DIR/cups.sock" -W all -l -o "${1%-*}" 2>/dev/null | awk -v job="$1" '
+    /^[^ \t]/ { mine = ($1 == job) }
+    mine && /^\tStatus: / { sub(/^\tStatus: /, ""); print }'
 }
 
 private_cupsd_stop() {

@@ -264,40 +264,6 @@ backend_ids_of_uid() { # UID
   done
 }
 
-# The state of job ID (pending, processing, held, completed, canceled) by
-# the scheduler's own log lines at each change.
-job_state() { # ID
-  local line
-  line=$(grep -oE "\[Job $1\] (Started backend|Job completed\.|Job canceled at printer\.|Job held indefinitely|Job released by user\.)" \
-           "$cupsd/log/error_log" 2>/dev/null | tail -n 1)
-  case $line in
-    *"Started backend") echo processing ;;
-    *"Job completed.") echo completed ;;
-    *"Job canceled at printer.") echo canceled ;;
-    *"Job held indefinitely") echo held ;;
-    *) echo pending ;;
-  esac
-}
-
-# The job's state message (job-printer-state-message) as lpstat shows it.
-job_message() { # QUEUE-ID
-  lpstat -W all -l -o "${1%-*}" 2>/dev/null | awk -v job="$1" '
-    /^[^ \t]/ { mine = ($1 == job) }
-    mine && /^\tStatus: / { sub(/^\tStatus: /, ""); print }'
-}
-
-# Waits (at most 60 s) until job ID is in STATE; prints the state then.
-wait_for_job() { # ID STATE
-  local deadline=$(($(date +%s) + 60)) state
-  for (( ; ; )); do
-    state=$(job_state "$1")
-    if [ "$state" = "$2" ] || [ "$(date +%s)" -gt "$deadline" ]; then
-      echo "$state"; return
-    fi
-    sleep 0.05
-  done
-}
-
 # The capture printers' files for the jobs after the ones in BEFORE.
 captured_since() { # BEFORE
   comm -13 <(printf '%s\n' "$1") <(captured_now)
@@ -354,7 +320,7 @@ check_eq "beside it the backend's root part runs as root" 1 \
 bob_job=$(submit "$bob" "$work/home-$bob/report.pdf" "Bob report")
 check "lp as $bob (no -U) is accepted on the secure queue" test -n "$bob_job"
 check_eq "$bob's job waits behind $alice's open dialog; no second dialog" \
-  "$alice pending" "$(dialog_owners) $(job_state "$bob_job")"
+  "$alice pending" "$(dialog_owners) $(private_cupsd_job_state "$bob_job")"
 
 shoot_open_list "$alice" "$win" "$shots/secure-print-alice-printers.png" Tab Tab
 shoot_open_list "$alice" "$win" "$shots/secure-print-alice-projects.png" Tab
@@ -370,7 +336,7 @@ check "the captured file equals $alice's PDF byte for byte" cmp "$work/home-$ali
 check_eq "the forwarded job is $alice's, with her title" "user=$alice title=Alice report copies=1" \
   "$(head -3 "$cupsd/capture/$new.args" 2>/dev/null | tr '\n' ' ' | sed 's/ $//')"
 check_eq "the secure job SecurePrint-$alice_job and the forwarded one office-$fwd completed" "completed completed" \
-  "$(wait_for_job "$alice_job" completed) $(wait_for_job "$fwd" completed)"
+  "$(private_cupsd_wait_for_job "$alice_job" completed) $(private_cupsd_wait_for_job "$fwd" completed)"
 check "the page log has $alice's job on office with project J1 as billing code" \
   page_log_has office "$alice" "$fwd" J1
 
@@ -395,7 +361,7 @@ check_eq "$bob's OrvprintD logged that printer and the only project he may use" 
   "Selected printer : Basement colour, selected project : General office" \
   "$(log_of "$bob" | sed -n 's/.*INFO - \(Selected printer.*\)/\1/p' | tail -n 1)"
 check "the captured file equals $bob's PDF byte for byte" cmp "$work/home-$bob/report.pdf" "$cupsd/capture/$new"
-check_eq "the forwarded job basement-$fwd completed" completed "$(wait_for_job "$fwd" completed)"
+check_eq "the forwarded job basement-$fwd completed" completed "$(private_cupsd_wait_for_job "$fwd" completed)"
 check "the page log has $bob's job on basement with project J2 as billing code" \
   page_log_has basement "$bob" "$fwd" J2
 
@@ -405,7 +371,7 @@ cancel_job=$(submit "$alice" "$work/home-$alice/report.pdf" "Alice cancels")
 wait_for_dialogs 1
 check_eq "the next job of $alice opens in her OrvprintD" "$alice" "$(dialog_owners)"
 press_key "$(dialog_of "$alice")" Escape
-check_eq "Escape: the job is cancelled" canceled "$(wait_for_job "$cancel_job" canceled)"
+check_eq "Escape: the job is cancelled" canceled "$(private_cupsd_wait_for_job "$cancel_job" canceled)"
 check_eq "nothing was captured" "" "$(captured_since "$before")"
 check_eq "no dialog is left" "" "$(dialogs)"
 
@@ -417,7 +383,7 @@ check "$bob's OrvprintD ended" bash -c "! kill -0 ${orv_pid[$bob]} 2>/dev/null"
 held_job=$(submit "$bob" "$work/home-$bob/report.pdf" "Bob later")
 held="OrvprintD is not running for user $bob; the job is held. Release it with: lp -i SecurePrint-$held_job -H resume"
 check_eq "$bob's job is held with the reason and how to release it" "held $held" \
-  "$(wait_for_job "$held_job" held) $(job_message "SecurePrint-$held_job")"
+  "$(private_cupsd_wait_for_job "$held_job" held) $(private_cupsd_job_message "SecurePrint-$held_job")"
 check_eq "no dialog appears in $alice's OrvprintD (nor anywhere)" "" "$(dialogs)"
 start_orvprintd "$bob"
 check "$bob's OrvprintD serves again" kill -0 "${orv_pid[$bob]}"
@@ -429,7 +395,7 @@ check_eq "the released job opens in $bob's new OrvprintD only" "$bob" "$(dialog_
 press_key "$(dialog_of "$bob")" Return
 new=$(wait_for_capture "$before")
 check "the released job is printed, byte for byte" cmp "$work/home-$bob/report.pdf" "$cupsd/capture/$new"
-check_eq "the released job then completed" completed "$(wait_for_job "$held_job" completed)"
+check_eq "the released job then completed" completed "$(private_cupsd_wait_for_job "$held_job" completed)"
 
 if [ ${#san_env[@]} -gt 0 ]; then
   check_eq "the users' programs wrote no sanitizer report" "" "$(cat "$work"/sanitizer/report* 2>/dev/null)"

@@ -24,9 +24,6 @@ if [ -z "$reason" ]; then
     command -v "$tool" >/dev/null || { reason="$tool is missing"; break; }
   done
 fi
-if [ -z "$reason" ] && id orvprint-demo >/dev/null 2>&1; then
-  reason="the user orvprint-demo exists already"
-fi
 if [ -n "$reason" ]; then
   skip_all "$name" "$reason"
   summary_line "$name"; exit 0

@@ -8,7 +8,7 @@ PACKAGES=(
   liblog4cpp5-dev libboost-dev nlohmann-json3-dev
   qt6-base-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  fonts-wqy-microhei xvfb xdotool x11-apps x11-utils imagemagick
+  fonts-wqy-microhei xvfb xdotool x11-apps x11-utils x11-xserver-utils imagemagick procps
   g++-mingw-w64-x86-64-posix wine64 wine
   clang libclang-rt-14-dev
   locales

@@ -41,8 +41,9 @@ inline std::string ReadAll(const std::string &strPath) {
                      std::istreambuf_iterator<char>());
 }
 
-// One private scheduler with the secure queue and two capture printers, and
-// one test user, for all tests of a suite derived from this one.
+// One private scheduler with the secure queue (policy orvprint) and two
+// capture printers, and one test user, for all tests of a suite derived from
+// this one. The user submits the jobs itself.
 class CupsServiceTest : public ::testing::Test {
 protected:
   static void SetUpTestSuite();
@@ -103,6 +104,10 @@ protected:
            SECURE_QUEUE + "-" + std::to_string(iJob) + " -H resume";
   }
 
+  // Set by a suite before SetUpTestSuite() when its scheduler must also
+  // listen on the network (CPrivateCupsd).
+  static std::string s_strNetworkHost;
+  static int s_iNetworkPort;
   static std::string s_strSkip;
   static std::string s_strSetupError;
   static CPrivateCupsd *s_pCupsd;

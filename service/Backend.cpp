@@ -14,8 +14,10 @@
 #include <unistd.h>
 #include "language/TextConvert.h"
 #include "service/JobForwarder.h"
+#include "service/JobOrigin.h"
 #include "service/JobWorker.h"
 #include "service/PendingMarker.h"
+#include "service/QueuePolicy.h"
 #include "service/ScopedFd.h"
 
 namespace OrvService {
@@ -319,6 +321,16 @@ int CBackend::Run()
     }
     if (geteuid() != 0) {
         return Hold("The orvprint backend must run as root (install it with mode 0700)");
+    }
+    // Who printed it: a job from the network is held whatever the queue's
+    // policy, and a local one only goes on when the queue lets nobody
+    // submit it in another user's name.
+    std::string strReason = CJobOrigin::Check(m_strJobId);
+    if (strReason.empty()) {
+        strReason = CQueuePolicy::Check(m_strQueue);
+    }
+    if (!strReason.empty()) {
+        return Hold(strReason);
     }
     std::string strProblem;
     CScopedFd objDocument(OpenDocument(strProblem));

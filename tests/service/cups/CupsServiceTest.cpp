@@ -7,6 +7,8 @@
 
 namespace orvtest {
 
+std::string CupsServiceTest::s_strNetworkHost;
+int CupsServiceTest::s_iNetworkPort = 0;
 std::string CupsServiceTest::s_strSkip;
 std::string CupsServiceTest::s_strSetupError;
 CPrivateCupsd* CupsServiceTest::s_pCupsd = nullptr;
@@ -33,9 +35,9 @@ void CupsServiceTest::SetUpTestSuite()
     }
     const std::string strChannel = "/tmp/orvprint-" + std::to_string(s_objUser.GetUid());
     s_bChannelExisted = access(strChannel.c_str(), F_OK) == 0;
-    s_pCupsd = new CPrivateCupsd(ORVPRINT_BACKEND_PATH);
+    s_pCupsd = new CPrivateCupsd(ORVPRINT_BACKEND_PATH, s_strNetworkHost, s_iNetworkPort);
     s_strSetupError = s_pCupsd->GetStartError();
-    for (const std::string& strError : {s_pCupsd->AddQueue(SECURE_QUEUE, "orvprint:/"),
+    for (const std::string& strError : {s_pCupsd->AddQueue(SECURE_QUEUE, "orvprint:/", "orvprint"),
                                         s_pCupsd->AddCaptureQueue("office"), s_pCupsd->AddCaptureQueue("basement")}) {
         if (s_strSetupError.empty()) {
             s_strSetupError = strError;

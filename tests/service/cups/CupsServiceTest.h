@@ -41,8 +41,9 @@ inline std::string ReadAll(const std::string& strPath)
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-// One private scheduler with the secure queue and two capture printers, and
-// one test user, for all tests of a suite derived from this one.
+// One private scheduler with the secure queue (policy orvprint) and two
+// capture printers, and one test user, for all tests of a suite derived from
+// this one. The user submits the jobs itself.
 class CupsServiceTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite();
@@ -102,6 +103,10 @@ protected:
                " -H resume";
     }
 
+    // Set by a suite before SetUpTestSuite() when its scheduler must also
+    // listen on the network (CPrivateCupsd).
+    static std::string s_strNetworkHost;
+    static int s_iNetworkPort;
     static std::string s_strSkip;
     static std::string s_strSetupError;
     static CPrivateCupsd* s_pCupsd;

@@ -14,6 +14,10 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include "service/PrivilegeDrop.h"
+#include "service/UserAccount.h"
+#include "support/TempFolder.h"
+#include "tests/service/StockCupsPolicy.h"
 #include "tests/tools/ToolProcess.h"
 
 namespace orvtest {
@@ -71,7 +75,7 @@ std::string CPrivateCupsd::MissingReason()
     return std::string();
 }
 
-CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath)
+CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath, const std::string& strNetworkHost, int iNetworkPort)
 {
     char szTemplate[] = "/tmp/orvtest-cups.XXXXXX";
     if (!mkdtemp(szTemplate)) {
@@ -114,11 +118,22 @@ CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath)
     }
     chmod((D + "/serverbin/backend/orvprint").c_str(), 0700);
     WriteText(D + "/serverbin/backend/capture", CAPTURE_BACKEND, 0755);
+    const std::string strOrvprintPolicy = ReadWholeFile(ORVPRINT_POLICY_PATH);
+    if (strOrvprintPolicy.find("<Policy orvprint>") == std::string::npos) {
+        m_strStartError = std::string("cannot read the orvprint policy ") + ORVPRINT_POLICY_PATH;
+        return;
+    }
+    // Only the socket, unless a test needs the network: then that address
+    // and this computer's own (cupsd always lets "localhost" in).
+    std::string strListen = "Listen " + D + "/cups.sock\n";
+    std::string strAllow = "  Allow all\n";
+    if (!strNetworkHost.empty()) {
+        strListen += "Listen " + strNetworkHost + ":" + std::to_string(iNetworkPort) + "\nHostNameLookups Off\n";
+        strAllow = "  Allow from " + strNetworkHost + "\n";
+    }
     WriteText(D + "/cupsd.conf",
-              "Listen " + D + "/cups.sock\n"
-              "LogLevel debug\n"
-              "MaxLogSize 0\n"
-              "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n",
+              strListen + "LogLevel debug\nMaxLogSize 0\n<Location />\n  Order allow,deny\n" + strAllow +
+                  "</Location>\n" + STOCK_DEFAULT_POLICY + strOrvprintPolicy,
               0644);
     WriteText(D + "/cups-files.conf",
               "ServerRoot " + D + "\nServerBin " + D + "/serverbin\nDataDir /usr/share/cups\nCacheDir " + D +
@@ -198,10 +213,15 @@ std::string CPrivateCupsd::PageLog() const
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-std::string CPrivateCupsd::AddQueue(const std::string& strName, const std::string& strUri) const
+std::string CPrivateCupsd::AddQueue(const std::string& strName, const std::string& strUri,
+                                    const std::string& strPolicy) const
 {
+    std::vector<std::string> vecArgs = {"-p", strName, "-E", "-v", strUri, "-m", "raw"};
+    if (!strPolicy.empty()) {
+        vecArgs.insert(vecArgs.end(), {"-o", "printer-op-policy=" + strPolicy});
+    }
     std::string strOut, strErr;
-    const int iExit = RunTool("/usr/sbin/lpadmin", {"-p", strName, "-E", "-v", strUri, "-m", "raw"}, strOut, strErr);
+    const int iExit = RunTool("/usr/sbin/lpadmin", vecArgs, strOut, strErr);
     return iExit == 0 ? std::string() : "lpadmin exited " + std::to_string(iExit) + ": " + strErr;
 }
 
@@ -214,8 +234,7 @@ int CPrivateCupsd::Submit(const std::string& strUser, const std::string& strQueu
                           const std::string& strFile, std::string& strError) const
 {
     std::string strOut, strErr;
-    const int iExit =
-        RunTool("/usr/bin/lp", {"-U", strUser, "-d", strQueue, "-t", strTitle, strFile}, strOut, strErr);
+    const int iExit = RunLp(strUser, {"-d", strQueue, "-t", strTitle, strFile}, strOut, strErr);
     const std::string strPrefix = "request id is " + strQueue + "-";
     const size_t uiAt = strOut.find(strPrefix);
     if (iExit != 0 || uiAt == std::string::npos) {
@@ -223,6 +242,62 @@ int CPrivateCupsd::Submit(const std::string& strUser, const std::string& strQueu
         return 0;
     }
     return std::atoi(strOut.c_str() + uiAt + strPrefix.size());
+}
+
+int CPrivateCupsd::RunLp(const std::string& strRunAs, const std::vector<std::string>& vecArgs, std::string& strOut,
+                         std::string& strErr) const
+{
+    static const char LP[] = "/usr/bin/lp";
+    static const char LP_NAME[] = "lp"; // argv[0]: lp's messages start with it
+    OrvService::CUserAccount objAccount;
+    const bool bDrop = !strRunAs.empty() && strRunAs != "root";
+    if (bDrop && !OrvService::CUserAccount::Lookup(strRunAs, objAccount)) {
+        strErr = "no user " + strRunAs;
+        return -1;
+    }
+    TempFolder folder;
+    const std::string strOutPath = folder.File("stdout");
+    const std::string strErrPath = folder.File("stderr");
+    std::vector<char*> vecArgv = {const_cast<char*>(LP_NAME)};
+    for (const std::string& strArg : vecArgs) {
+        vecArgv.push_back(const_cast<char*>(strArg.c_str()));
+    }
+    vecArgv.push_back(nullptr);
+    const pid_t pid = fork();
+    if (pid < 0) {
+        strErr = std::string("fork: ") + std::strerror(errno);
+        return -1;
+    }
+    if (pid == 0) {
+        // Opened as root; lp then runs as the user, with this environment
+        // (CUPS_SERVER) and the user's HOME, USER and LOGNAME.
+        const int iIn = open("/dev/null", O_RDONLY);
+        const int iOut = open(strOutPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int iErr = open(strErrPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (iIn < 0 || iOut < 0 || iErr < 0 || dup2(iIn, STDIN_FILENO) < 0 || dup2(iOut, STDOUT_FILENO) < 0 ||
+            dup2(iErr, STDERR_FILENO) < 0) {
+            _exit(125);
+        }
+        std::string strProblem;
+        if (bDrop && !OrvService::CPrivilegeDrop::DropTo(objAccount, strProblem)) {
+            const std::string strLine = "cannot become " + strRunAs + ": " + strProblem + "\n";
+            (void)!write(STDERR_FILENO, strLine.data(), strLine.size());
+            _exit(126);
+        }
+        execv(LP, vecArgv.data());
+        _exit(127);
+    }
+    int iStatus = 0;
+    pid_t r;
+    do {
+        r = waitpid(pid, &iStatus, 0);
+    } while (r < 0 && errno == EINTR);
+    strOut = ReadWholeFile(strOutPath);
+    strErr = ReadWholeFile(strErrPath);
+    if (r < 0) {
+        return -1;
+    }
+    return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : 128 + WTERMSIG(iStatus);
 }
 
 CPrivateCupsd::JOB_STATE CPrivateCupsd::GetJobState(int iJobId) const

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace orvtest {
 
@@ -11,14 +12,20 @@ namespace orvtest {
 // links to /usr/lib/cups plus this build's orvprint backend (installed 0700:
 // run as root) and the tests' capture backend (0755: run as lp), which copies
 // each job into <folder>/capture/<queue>-<job id> and its arguments into
-// <...>.args. The machine's own CUPS is never touched. Ended by its pid.
+// <...>.args. Its cupsd.conf holds CUPS's stock <Policy default> and this
+// service's <Policy orvprint> (service/orvprint-policy.conf). The machine's
+// own CUPS is never touched. Ended by its pid.
 class CPrivateCupsd {
 public:
     // Empty when this machine can run one (root, cupsd, lpadmin, lp), else
     // the reason to skip.
     static std::string MissingReason();
 
-    explicit CPrivateCupsd(const std::string& strBackendPath);
+    // With strNetworkHost it also listens on strNetworkHost:iNetworkPort
+    // (host name lookups off) and lets in that address and this computer's
+    // own (loopback, socket) only.
+    explicit CPrivateCupsd(const std::string& strBackendPath, const std::string& strNetworkHost = std::string(),
+                           int iNetworkPort = 0);
     ~CPrivateCupsd();
 
     CPrivateCupsd(const CPrivateCupsd&) = delete;
@@ -32,14 +39,22 @@ public:
     std::string CaptureFolder() const { return m_strFolder + "/capture"; }
     std::string PageLog() const;
 
-    // lpadmin -p NAME -E -v URI -m raw; "" or lpadmin's complaint.
-    std::string AddQueue(const std::string& strName, const std::string& strUri) const;
+    // lpadmin -p NAME -E -v URI -m raw [-o printer-op-policy=POLICY]; "" or
+    // lpadmin's complaint.
+    std::string AddQueue(const std::string& strName, const std::string& strUri,
+                         const std::string& strPolicy = std::string()) const;
     std::string AddCaptureQueue(const std::string& strName) const;
 
-    // lp -U USER -d QUEUE -t TITLE FILE as root; the job id, 0 on failure
-    // (strError says why).
+    // lp -d QUEUE -t TITLE FILE run by the user itself (root: this process);
+    // the job id, 0 on failure (strError says why).
     int Submit(const std::string& strUser, const std::string& strQueue, const std::string& strTitle,
                const std::string& strFile, std::string& strError) const;
+    // /usr/bin/lp with these arguments (-U USER among them for a job in
+    // somebody else's name) run by user strRunAs (empty or root: this
+    // process) with CUPS_SERVER kept; lp's exit code, -1 when it could not be
+    // started (strErr says why).
+    int RunLp(const std::string& strRunAs, const std::vector<std::string>& vecArgs, std::string& strOut,
+              std::string& strErr) const;
 
     struct JOB_STATE {
         int iState = 0;           // IPP job-state: 3 pending .. 9 completed; 0 unknown

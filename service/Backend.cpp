@@ -16,6 +16,7 @@
 #include "service/JobForwarder.h"
 #include "service/JobWorker.h"
 #include "service/ScopedFd.h"
+#include "service/ServiceClock.h"
 
 namespace OrvService {
 
@@ -49,10 +50,19 @@ CBackend::CBackend(int argc, char** argv)
 {
     const char* szPrinter = std::getenv("PRINTER");
     m_strQueue = szPrinter && *szPrinter ? szPrinter : "orvprint";
+    m_strAccountingLog = CServiceConfig::DefaultAccountingLog();
+    m_stuEntry.llJob = std::atoll(m_strJobId.c_str());
+    m_stuEntry.strUser = m_strUser;
+    m_stuEntry.strTitle = m_strTitle;
+    const char* szFormat = std::getenv("CONTENT_TYPE");
+    m_stuEntry.strType = szFormat ? szFormat : "";
+    m_stuEntry.iCopies = m_iCopies;
 }
 
-int CBackend::Hold(const std::string& strReason) const
+int CBackend::Hold(const std::string& strReason)
 {
+    m_stuEntry.eOutcome = CAccountingLog::OUTCOME_HELD;
+    m_stuEntry.oReason = strReason;
     // At the ERROR level: the scheduler clears a job's INFO message when
     // the job leaves the processing state, but keeps an ERROR one.
     std::fprintf(stderr, "ERROR: %s; the job is held. Release it with: lp -i %s-%s -H resume\n", strReason.c_str(),
@@ -184,11 +194,17 @@ bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAcco
 }
 
 int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                      const CWorkerResult& objResult) const
+                      const CWorkerResult& objResult)
 {
     const std::string strUser = objAccount.GetName();
     const std::string strPrinterId = Utf8(objResult.GetPrinterId());
     const std::string strProjectId = Utf8(objResult.GetProjectId());
+    if (!strPrinterId.empty()) {
+        m_stuEntry.oPrinter = strPrinterId;
+    }
+    if (!strProjectId.empty()) {
+        m_stuEntry.oProject = strProjectId;
+    }
 
     std::string strQueue;
     bool bRoaming = false;
@@ -233,18 +249,52 @@ int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAc
     }
     std::fprintf(stderr, "INFO: Sent to %s as job %s-%d%s%s\n", strQueue.c_str(), strQueue.c_str(), iNewJobId,
                  strProjectId.empty() ? "" : ", project ", strProjectId.c_str());
+    m_stuEntry.eOutcome = bRoaming ? CAccountingLog::OUTCOME_ROAMING : CAccountingLog::OUTCOME_PRINTED;
+    m_stuEntry.oQueue = strQueue;
+    m_stuEntry.oForwarded = iNewJobId;
     return CUPS_BACKEND_OK;
+}
+
+void CBackend::WriteAccounting() const
+{
+    std::string strProblem;
+    if (m_strAccountingLog.empty()) {
+        return;
+    }
+    if (geteuid() != 0) {
+        strProblem = "the backend does not run as root";
+    } else {
+        CAccountingLog objLog(m_strAccountingLog);
+        if (objLog.Append(m_stuEntry, time(nullptr), strProblem)) {
+            return;
+        }
+    }
+    std::fprintf(stderr, "WARNING: The job's accounting line was not written: %s\n", strProblem.c_str());
+    std::fflush(stderr);
 }
 
 int CBackend::Run()
 {
     signal(SIGPIPE, SIG_IGN);
+    const int iExit = RunJob();
+    WriteAccounting();
+    return iExit;
+}
+
+int CBackend::RunJob()
+{
+    const std::string strClockWarning = CServiceClock::Warning();
+    if (!strClockWarning.empty()) {
+        std::fprintf(stderr, "WARNING: %s\n", strClockWarning.c_str());
+    }
     CServiceConfig objConfig;
     try {
         objConfig = CServiceConfig::Load(CServiceConfig::ConfiguredPath());
     } catch (const CServiceConfigError& e) {
+        m_strAccountingLog = e.GetAccountingLog().value_or(CServiceConfig::DefaultAccountingLog());
         return Hold(std::string("Print service configuration error: ") + e.what());
     }
+    m_strAccountingLog = objConfig.GetAccountingLog();
     CUserAccount objAccount;
     if (!CUserAccount::Lookup(m_strUser, objAccount)) {
         return Hold("Unknown user " + m_strUser);
@@ -265,10 +315,15 @@ int CBackend::Run()
     if (!AskThroughWorker(objConfig, objAccount, objDocument.Get(), objResult, strProblem)) {
         return Hold("The print service could not ask OrvprintD of user " + m_strUser + ": " + strProblem);
     }
+    // The worker counted pages times copies; 0: not counted.
+    if (objResult.GetPageTotal() > 0) {
+        m_stuEntry.oPages = objResult.GetPageTotal() / m_iCopies;
+    }
     switch (objResult.GetOutcome()) {
     case CWorkerResult::OUTCOME_OK:
         return Deliver(objConfig, objAccount, objDocument.Get(), objResult);
     case CWorkerResult::OUTCOME_CANCELLED:
+        m_stuEntry.eOutcome = CAccountingLog::OUTCOME_CANCELLED;
         std::fprintf(stderr, "INFO: Cancelled by user %s in OrvprintD\n", m_strUser.c_str());
         return CUPS_BACKEND_CANCEL;
     case CWorkerResult::OUTCOME_NOT_RUNNING:

@@ -14,6 +14,7 @@
 #include "service/JobRequest.h"
 #include "service/PageCounter.h"
 #include "service/PrivilegeDrop.h"
+#include "service/ServiceClock.h"
 #include "utility/NamedMutexProbe.h"
 
 namespace OrvService {
@@ -33,16 +34,6 @@ void SilenceStandardStreams()
             close(iNull);
         }
     }
-}
-
-int MinuteOfDay()
-{
-    const time_t tNow = time(nullptr);
-    struct tm stuLocal;
-    if (!localtime_r(&tNow, &stuLocal)) {
-        return 0;
-    }
-    return stuLocal.tm_hour * 60 + stuLocal.tm_min;
 }
 
 } // namespace
@@ -103,7 +94,7 @@ CWorkerResult CJobWorker::Ask(int iPageTotal)
     try {
         const CJobRequest objRequest(m_objConfig,
                                      m_objConfig.VisibleProjects(m_objAccount.GetName(), m_objAccount.GetGroupNames()),
-                                     iPageTotal, CountQueueJobs(), MinuteOfDay());
+                                     iPageTotal, CountQueueJobs(), CServiceClock::MinuteOfDay());
         strRequest = objRequest.Build();
     } catch (const std::exception&) {
         return objFailed;

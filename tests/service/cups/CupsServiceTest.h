@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvtest {
 
@@ -45,7 +46,10 @@ inline std::string ReadAll(const std::string &strPath) {
 // one test user, for all tests of a suite derived from this one.
 class CupsServiceTest : public ::testing::Test {
 protected:
-  static void SetUpTestSuite();
+  static void SetUpTestSuite() { StartSuite({}); }
+  // The suite's scheduler, with more SetEnv lines ("NAME VALUE") for the
+  // backend.
+  static void StartSuite(const std::vector<std::string> &vecSetEnv);
 
   static void TearDownTestSuite();
 

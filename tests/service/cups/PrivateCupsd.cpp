@@ -71,7 +71,7 @@ std::string CPrivateCupsd::MissingReason()
     return std::string();
 }
 
-CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath)
+CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath, const std::vector<std::string>& vecSetEnv)
 {
     char szTemplate[] = "/tmp/orvtest-cups.XXXXXX";
     if (!mkdtemp(szTemplate)) {
@@ -120,14 +120,20 @@ CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath)
               "MaxLogSize 0\n"
               "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n",
               0644);
+    std::string strSetEnv;
+    for (const std::string& strPair : vecSetEnv) {
+        strSetEnv += "SetEnv " + strPair + "\n";
+    }
     WriteText(D + "/cups-files.conf",
               "ServerRoot " + D + "\nServerBin " + D + "/serverbin\nDataDir /usr/share/cups\nCacheDir " + D +
                   "/cache\nStateDir " + D + "/state\nRequestRoot " + D + "/spool\nTempDir " + D +
                   "/spool/tmp\nAccessLog " + D + "/log/access_log\nErrorLog " + D + "/log/error_log\nPageLog " + D +
                   "/log/page_log\nSetEnv ORVPRINT_SERVICE_CONF " + D +
-                  "/print-service.conf\n"
+                  "/print-service.conf\nSetEnv ORVPRINT_ACCOUNTING_LOG " + AccountingLogPath() +
+                  "\n"
                   // A sanitizer build's backend must end with its own exit code.
-                  "SetEnv ASAN_OPTIONS detect_leaks=0\n",
+                  "SetEnv ASAN_OPTIONS detect_leaks=0\n" +
+                  strSetEnv,
               0644);
 
     m_pid = fork();

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <vector>
 
 namespace orvtest {
 
@@ -18,7 +19,9 @@ public:
     // the reason to skip.
     static std::string MissingReason();
 
-    explicit CPrivateCupsd(const std::string& strBackendPath);
+    // vecSetEnv: more "NAME VALUE" pairs for SetEnv lines of cups-files.conf
+    // (the backend's environment).
+    explicit CPrivateCupsd(const std::string& strBackendPath, const std::vector<std::string>& vecSetEnv = {});
     ~CPrivateCupsd();
 
     CPrivateCupsd(const CPrivateCupsd&) = delete;
@@ -29,6 +32,9 @@ public:
     const std::string& Folder() const { return m_strFolder; }
     std::string SocketPath() const { return m_strFolder + "/cups.sock"; }
     std::string ServiceConfPath() const { return m_strFolder + "/print-service.conf"; }
+    // The backend's accounting log when the configuration names none (or
+    // cannot be read): ORVPRINT_ACCOUNTING_LOG.
+    std::string AccountingLogPath() const { return m_strFolder + "/accounting/accounting.jsonl"; }
     std::string CaptureFolder() const { return m_strFolder + "/capture"; }
     std::string PageLog() const;
 

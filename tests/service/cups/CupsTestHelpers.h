@@ -22,8 +22,7 @@ namespace orvtest {
 // for its form) replaced by "T"; "" when there is none.
 inline std::string AccountingLinesOf(const std::string& strLog, int iJob)
 {
-    const std::regex reTime(
-        "\"time\":\"[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[+-][0-9]{2}:[0-9]{2}\"");
+    const std::regex reTime("\"time\":\"[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[+-][0-9]{2}:[0-9]{2}\"");
     const std::string strJob = ",\"job\":" + std::to_string(iJob) + ",";
     const std::string strText = ReadAll(strLog);
     std::string strLines;
@@ -48,9 +47,8 @@ inline std::string ExpectedAccountingLine(const OrvService::CAccountingLog::ENTR
 }
 
 // The entry of a job of the test user as the fixture submits it.
-inline OrvService::CAccountingLog::ENTRY TestJobEntry(int iJob, const std::string& strTitle,
-                                                     const std::string& strType,
-                                                     OrvService::CAccountingLog::EOutcome eOutcome)
+inline OrvService::CAccountingLog::ENTRY TestJobEntry(int iJob, const std::string& strTitle, const std::string& strType,
+                                                      OrvService::CAccountingLog::EOutcome eOutcome)
 {
     OrvService::CAccountingLog::ENTRY stuEntry;
     stuEntry.llJob = iJob;

@@ -101,7 +101,7 @@ std::string CAccountingLog::FormatLine(const ENTRY& stuEntry, time_t tTime)
 
 int CAccountingLog::OpenFolder(const std::string& strFolder, std::string& strProblem) const
 {
-    const std::string strWhat = "the accounting log's folder " + strFolder;
+    const std::string strWhat = "the accounting log folder " + strFolder;
     int iFd = open(strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (iFd < 0 && errno == ENOENT) {
         // Made one level at a time from the first that is missing.

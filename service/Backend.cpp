@@ -269,7 +269,7 @@ void CBackend::WriteAccounting() const
             return;
         }
     }
-    std::fprintf(stderr, "WARNING: The job's accounting line was not written: %s\n", strProblem.c_str());
+    std::fprintf(stderr, "WARNING: No accounting line was written for this job: %s\n", strProblem.c_str());
     std::fflush(stderr);
 }
 

@@ -206,7 +206,7 @@ TEST_F(AccountingLogFileTest, RefusesAPlantedLink)
     // A link to a folder in place of the log's folder.
     mkdir(m_objFolder.File("real").c_str(), 0750);
     ASSERT_EQ(0, symlink(m_objFolder.File("real").c_str(), m_objFolder.File("linked").c_str()));
-    EXPECT_EQ("the accounting log's folder " + m_objFolder.File("linked") + " is a link",
+    EXPECT_EQ("the accounting log folder " + m_objFolder.File("linked") + " is a link",
               Append(m_objFolder.File("linked/accounting.jsonl")));
     // A second name of another file.
     ASSERT_EQ(0, link(strTarget.c_str(), m_objFolder.File("log/hard.jsonl").c_str()));
@@ -233,14 +233,14 @@ TEST_F(AccountingLogFileTest, RefusesWhatIsNotRoots)
     const std::string strFolder = m_objFolder.File("foreign");
     mkdir(strFolder.c_str(), 0750);
     ASSERT_EQ(0, chown(strFolder.c_str(), 65534, 65534));
-    EXPECT_EQ("the accounting log's folder " + strFolder + " is not root's", Append(strFolder + "/accounting.jsonl"));
+    EXPECT_EQ("the accounting log folder " + strFolder + " is not root's", Append(strFolder + "/accounting.jsonl"));
     const std::string strOpen = m_objFolder.File("open");
     mkdir(strOpen.c_str(), 0750);
     chmod(strOpen.c_str(), 0770);
-    EXPECT_EQ("the accounting log's folder " + strOpen + " may be written by group or others",
+    EXPECT_EQ("the accounting log folder " + strOpen + " may be written by group or others",
               Append(strOpen + "/accounting.jsonl"));
     chmod(strOpen.c_str(), 01777);
-    EXPECT_EQ("the accounting log's folder " + strOpen + " may be written by group or others",
+    EXPECT_EQ("the accounting log folder " + strOpen + " may be written by group or others",
               Append(strOpen + "/accounting.jsonl"));
     EXPECT_NE(0, access((strFolder + "/accounting.jsonl").c_str(), F_OK));
     EXPECT_NE(0, access((strOpen + "/accounting.jsonl").c_str(), F_OK));

@@ -111,8 +111,8 @@ TEST(BackendProgramTest, RefusedAccountingLogIsAWarningAndTheJobGoesOn)
     std::string strOut, strErr;
     EXPECT_EQ(3, RunJob(strConf, "orvtest-no-such-user", strOut, strErr));
     EXPECT_EQ("ERROR: Unknown user orvtest-no-such-user; the job is held. Release it with: lp -i SecurePrint-12 -H "
-              "resume\nATTR: job-hold-until=indefinite\nWARNING: The job's accounting line was not written: the "
-              "accounting log's folder " +
+              "resume\nATTR: job-hold-until=indefinite\nWARNING: No accounting line was written for this job: the "
+              "accounting log folder " +
                   strOpen + " may be written by group or others\n",
               strErr);
     EXPECT_NE(0, access((strOpen + "/accounting.jsonl").c_str(), F_OK));

@@ -56,4 +56,25 @@ TEST_F(CupsAccountingTest, RefusedLogIsAWarningAndTheJobStillPrints)
     EXPECT_NE(std::string::npos, strErrorLog.find(strWarning)) << strErrorLog;
 }
 
+TEST_F(CupsAccountingTest, RefusedLogLeavesAHeldJobsMessageAsItWas)
+{
+    const std::string strFolder = s_pCupsd->Folder() + "/open";
+    mkdir(strFolder.c_str(), 0750);
+    chmod(strFolder.c_str(), 0770);
+    WriteServiceConf("[Service]\nAccountingLog=" + strFolder + "/accounting.jsonl\n[Printers]\n");
+    const int iJob = Submit("Held, no log", WriteDocument("heldnolog.txt", "held\n"));
+    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+    EXPECT_EQ(IPP_HELD, stuState.iState);
+    EXPECT_EQ(HeldMessage("Print service configuration error: " + s_pCupsd->ServiceConfPath() +
+                              ", line 3: unknown section [Printers]",
+                          iJob),
+              stuState.strMessage);
+    EXPECT_NE(0, access((strFolder + "/accounting.jsonl").c_str(), F_OK));
+    const std::string strWarning = "[Job " + std::to_string(iJob) +
+                                   "] No accounting line was written for this job: the accounting log folder " +
+                                   strFolder + " may be written by group or others\n";
+    const std::string strErrorLog = ReadAll(s_pCupsd->Folder() + "/log/error_log");
+    EXPECT_NE(std::string::npos, strErrorLog.find(strWarning)) << strErrorLog;
+}
+
 } // namespace

@@ -19,6 +19,7 @@
 #include "service/PendingMarker.h"
 #include "service/QueuePolicy.h"
 #include "service/ScopedFd.h"
+#include "service/ServiceClock.h"
 
 namespace OrvService {
 
@@ -45,16 +46,6 @@ void OnTerm(int)
     errno = iErr;
 }
 
-// Ends this process as SIGTERM would have without the handler: the
-// scheduler sent it and expects that end.
-[[noreturn]] void EndByTerm()
-{
-    std::fflush(stderr);
-    signal(SIGTERM, SIG_DFL);
-    raise(SIGTERM);
-    _exit(CUPS_BACKEND_FAILED);
-}
-
 long long MonotonicMs()
 {
     struct timespec ts;
@@ -74,10 +65,19 @@ CBackend::CBackend(int argc, char** argv)
 {
     const char* szPrinter = std::getenv("PRINTER");
     m_strQueue = szPrinter && *szPrinter ? szPrinter : "orvprint";
+    m_strAccountingLog = CServiceConfig::DefaultAccountingLog();
+    m_stuEntry.llJob = std::atoll(m_strJobId.c_str());
+    m_stuEntry.strUser = m_strUser;
+    m_stuEntry.strTitle = m_strTitle;
+    const char* szFormat = std::getenv("CONTENT_TYPE");
+    m_stuEntry.strType = szFormat ? szFormat : "";
+    m_stuEntry.iCopies = m_iCopies;
 }
 
-int CBackend::Hold(const std::string& strReason) const
+int CBackend::Hold(const std::string& strReason)
 {
+    m_stuEntry.eOutcome = CAccountingLog::OUTCOME_HELD;
+    m_stuEntry.oReason = strReason;
     // At the ERROR level: the scheduler clears a job's INFO message when
     // the job leaves the processing state, but keeps an ERROR one.
     std::fprintf(stderr, "ERROR: %s; the job is held. Release it with: lp -i %s-%s -H resume\n", strReason.c_str(),
@@ -132,7 +132,20 @@ int CBackend::OpenDocument(std::string& strProblem) const
     }
 }
 
-bool CBackend::WaitForTurn(const CServiceConfig& objConfig, const CPendingMarker& objMarker) const
+void CBackend::EndByTerm()
+{
+    // Ends this process as SIGTERM would have without the handler: the
+    // scheduler sent it and expects that end.
+    m_stuEntry.eOutcome = CAccountingLog::OUTCOME_CANCELLED;
+    m_stuEntry.oReason = std::string("stopped by the scheduler");
+    WriteAccounting();
+    std::fflush(stderr);
+    signal(SIGTERM, SIG_DFL);
+    raise(SIGTERM);
+    _exit(CUPS_BACKEND_FAILED);
+}
+
+bool CBackend::WaitForTurn(const CServiceConfig& objConfig, const CPendingMarker& objMarker)
 {
     // As long as the other job may wait for its answer, and then some.
     const long long llDeadline =
@@ -152,7 +165,7 @@ bool CBackend::WaitForTurn(const CServiceConfig& objConfig, const CPendingMarker
 }
 
 bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                                int iMarkerFd, CWorkerResult& objResult, std::string& strProblem) const
+                                int iMarkerFd, CWorkerResult& objResult, std::string& strProblem)
 {
     int aiPipe[2];
     if (pipe2(aiPipe, O_CLOEXEC) != 0) {
@@ -242,11 +255,17 @@ bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAcco
 }
 
 int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAccount, int iDocumentFd,
-                      const CWorkerResult& objResult) const
+                      const CWorkerResult& objResult)
 {
     const std::string strUser = objAccount.GetName();
     const std::string strPrinterId = Utf8(objResult.GetPrinterId());
     const std::string strProjectId = Utf8(objResult.GetProjectId());
+    if (!strPrinterId.empty()) {
+        m_stuEntry.oPrinter = strPrinterId;
+    }
+    if (!strProjectId.empty()) {
+        m_stuEntry.oProject = strProjectId;
+    }
 
     std::string strQueue;
     bool bRoaming = false;
@@ -291,12 +310,41 @@ int CBackend::Deliver(const CServiceConfig& objConfig, const CUserAccount& objAc
     }
     std::fprintf(stderr, "INFO: Sent to %s as job %s-%d%s%s\n", strQueue.c_str(), strQueue.c_str(), iNewJobId,
                  strProjectId.empty() ? "" : ", project ", strProjectId.c_str());
+    m_stuEntry.eOutcome = bRoaming ? CAccountingLog::OUTCOME_ROAMING : CAccountingLog::OUTCOME_PRINTED;
+    m_stuEntry.oQueue = strQueue;
+    m_stuEntry.oForwarded = iNewJobId;
     return CUPS_BACKEND_OK;
+}
+
+void CBackend::WriteAccounting() const
+{
+    std::string strProblem;
+    if (m_strAccountingLog.empty()) {
+        return;
+    }
+    if (geteuid() != 0) {
+        strProblem = "the backend does not run as root";
+    } else {
+        CAccountingLog objLog(m_strAccountingLog);
+        if (objLog.Append(m_stuEntry, time(nullptr), strProblem)) {
+            return;
+        }
+    }
+    std::fprintf(stderr, "WARNING: No accounting line was written for this job: %s\n", strProblem.c_str());
+    std::fflush(stderr);
 }
 
 int CBackend::Run()
 {
     signal(SIGPIPE, SIG_IGN);
+    InstallTermHandler();
+    const int iExit = RunJob();
+    WriteAccounting();
+    return iExit;
+}
+
+void CBackend::InstallTermHandler()
+{
     int aiTerm[2];
     if (pipe2(aiTerm, O_CLOEXEC | O_NONBLOCK) == 0) {
         m_objTermRead.Reset(aiTerm[0]);
@@ -306,12 +354,22 @@ int CBackend::Run()
         sigemptyset(&stuAction.sa_mask);
         sigaction(SIGTERM, &stuAction, nullptr);
     }
+}
+
+int CBackend::RunJob()
+{
+    const std::string strClockWarning = CServiceClock::Warning();
+    if (!strClockWarning.empty()) {
+        std::fprintf(stderr, "WARNING: %s\n", strClockWarning.c_str());
+    }
     CServiceConfig objConfig;
     try {
         objConfig = CServiceConfig::Load(CServiceConfig::ConfiguredPath());
     } catch (const CServiceConfigError& e) {
+        m_strAccountingLog = e.GetAccountingLog().value_or(CServiceConfig::DefaultAccountingLog());
         return Hold(std::string("Print service configuration error: ") + e.what());
     }
+    m_strAccountingLog = objConfig.GetAccountingLog();
     CUserAccount objAccount;
     if (!CUserAccount::Lookup(m_strUser, objAccount)) {
         return Hold("Unknown user " + m_strUser);
@@ -349,10 +407,15 @@ int CBackend::Run()
     if (!AskThroughWorker(objConfig, objAccount, objDocument.Get(), objMarker.GetFd(), objResult, strProblem)) {
         return Hold("The print service could not ask OrvprintD of user " + m_strUser + ": " + strProblem);
     }
+    // The worker counted pages times copies; 0: not counted.
+    if (objResult.GetPageTotal() > 0) {
+        m_stuEntry.oPages = objResult.GetPageTotal() / m_iCopies;
+    }
     switch (objResult.GetOutcome()) {
     case CWorkerResult::OUTCOME_OK:
         return Deliver(objConfig, objAccount, objDocument.Get(), objResult);
     case CWorkerResult::OUTCOME_CANCELLED:
+        m_stuEntry.eOutcome = CAccountingLog::OUTCOME_CANCELLED;
         std::fprintf(stderr, "INFO: Cancelled by user %s in OrvprintD\n", m_strUser.c_str());
         return CUPS_BACKEND_CANCEL;
     case CWorkerResult::OUTCOME_NOT_RUNNING:

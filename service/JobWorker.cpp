@@ -17,6 +17,7 @@
 #include "service/PendingMarker.h"
 #include "service/PrivilegeDrop.h"
 #include "service/ReceiverIdentity.h"
+#include "service/ServiceClock.h"
 #include "utility/NamedMutexProbe.h"
 
 namespace OrvService {
@@ -36,16 +37,6 @@ void SilenceStandardStreams()
             close(iNull);
         }
     }
-}
-
-int MinuteOfDay()
-{
-    const time_t tNow = time(nullptr);
-    struct tm stuLocal;
-    if (!localtime_r(&tNow, &stuLocal)) {
-        return 0;
-    }
-    return stuLocal.tm_hour * 60 + stuLocal.tm_min;
 }
 
 } // namespace
@@ -109,7 +100,7 @@ CWorkerResult CJobWorker::Ask(int iPageTotal)
     try {
         const CJobRequest objRequest(m_objConfig,
                                      m_objConfig.VisibleProjects(m_objAccount.GetName(), m_objAccount.GetGroupNames()),
-                                     iPageTotal, CountQueueJobs(), MinuteOfDay());
+                                     iPageTotal, CountQueueJobs(), CServiceClock::MinuteOfDay());
         strRequest = objRequest.Build();
     } catch (const std::exception&) {
         return objFailed;

@@ -168,6 +168,12 @@ std::string CServiceConfig::ConfiguredPath()
     return szPath && *szPath ? std::string(szPath) : std::string(DEFAULT_PATH);
 }
 
+std::string CServiceConfig::DefaultAccountingLog()
+{
+    const char* szPath = std::getenv(ACCOUNTING_LOG_VARIABLE);
+    return szPath && szPath[0] == '/' ? std::string(szPath) : std::string(DEFAULT_ACCOUNTING_LOG);
+}
+
 CServiceConfig CServiceConfig::Load(const std::string& strPath)
 {
     const int iFd = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
@@ -211,6 +217,17 @@ CServiceConfig CServiceConfig::Load(const std::string& strPath)
 CServiceConfig CServiceConfig::Parse(const std::string& strText, const std::string& strFile)
 {
     CServiceConfig objConfig;
+    try {
+        ParseInto(strText, strFile, objConfig);
+    } catch (CServiceConfigError& e) {
+        e.SetAccountingLog(objConfig.m_strAccountingLog);
+        throw;
+    }
+    return objConfig;
+}
+
+void CServiceConfig::ParseInto(const std::string& strText, const std::string& strFile, CServiceConfig& objConfig)
+{
     PRINTER_ENTRY* pPrinter = nullptr;
     PROJECT_ENTRY* pProject = nullptr;
     const CParser objParser(strFile);
@@ -364,7 +381,7 @@ CServiceConfig CServiceConfig::Parse(const std::string& strText, const std::stri
             } else if (strKey == "RoamingQueue") {
                 Queue(objConfig.m_strRoamingQueue, true);
             } else if (strKey == "AccountingLog") {
-                if (!strValue.empty() && strValue[0] != '/') {
+                if (!strValue.empty() && (strValue[0] != '/' || strValue.back() == '/')) {
                     objParser.Fail(iLine, "AccountingLog must be an absolute path");
                 }
                 objConfig.m_strAccountingLog = strValue;
@@ -430,7 +447,6 @@ CServiceConfig CServiceConfig::Parse(const std::string& strText, const std::stri
         }
     }
     CloseSection();
-    return objConfig;
 }
 
 const CServiceConfig::PRINTER_ENTRY* CServiceConfig::FindPrinter(const std::string& strId) const

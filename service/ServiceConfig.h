@@ -13,6 +13,8 @@ namespace OrvService {
 //   AnswerTimeoutSeconds=900   ; 1..86400, default 900
 //   RoamingQueue=SecureRelease ; empty: roaming refused
 //   AccountingLog=/var/log/orv-soft/print-service/accounting.jsonl
+//                              ; missing: that file ($ORVPRINT_ACCOUNTING_LOG
+//                              ; when set); empty: no accounting log
 //
 //   [Printer:P-3F-01]          ; id 1..9 characters, unique; at most 100 printers
 //   Name=...                   ; required, shown in the dialog
@@ -33,6 +35,8 @@ class CServiceConfig {
 public:
     static constexpr const char* DEFAULT_PATH = "/etc/orv-soft/print-service.conf";
     static constexpr const char* PATH_VARIABLE = "ORVPRINT_SERVICE_CONF";
+    static constexpr const char* DEFAULT_ACCOUNTING_LOG = "/var/log/orv-soft/print-service/accounting.jsonl";
+    static constexpr const char* ACCOUNTING_LOG_VARIABLE = "ORVPRINT_ACCOUNTING_LOG";
     static constexpr size_t MAX_ID_UNITS = 9;      // UTF-16 units, as in the answer record
     static constexpr size_t MAX_TEXT_UNITS = 1023; // UTF-16 units, as in the request record
     static constexpr size_t MAX_PRINTERS = 100;
@@ -71,14 +75,21 @@ public:
 
     // The file named by $ORVPRINT_SERVICE_CONF, else DEFAULT_PATH.
     static std::string ConfiguredPath();
+    // The accounting log of a configuration without the AccountingLog key,
+    // or one that cannot be read: $ORVPRINT_ACCOUNTING_LOG (an absolute
+    // path), else DEFAULT_ACCOUNTING_LOG.
+    static std::string DefaultAccountingLog();
 
     // Reads and parses a file. Throws CServiceConfigError.
     static CServiceConfig Load(const std::string& strPath);
-    // Parses the text of a file; strFile names it in errors.
+    // Parses the text of a file; strFile names it in errors. An error of
+    // the text carries the accounting log as far as it was read (see
+    // CServiceConfigError::GetAccountingLog).
     static CServiceConfig Parse(const std::string& strText, const std::string& strFile);
 
     int GetAnswerTimeoutSeconds() const { return m_iAnswerTimeoutSeconds; }
     const std::string& GetRoamingQueue() const { return m_strRoamingQueue; }
+    // Empty: no accounting log.
     const std::string& GetAccountingLog() const { return m_strAccountingLog; }
     const std::vector<PRINTER_ENTRY>& GetPrinters() const { return m_vecPrinters; }
     const std::vector<PROJECT_ENTRY>& GetProjects() const { return m_vecProjects; }
@@ -89,9 +100,11 @@ public:
                                                       const std::vector<std::string>& vecUserGroups) const;
 
 private:
+    static void ParseInto(const std::string& strText, const std::string& strFile, CServiceConfig& objConfig);
+
     int m_iAnswerTimeoutSeconds = DEFAULT_ANSWER_TIMEOUT;
     std::string m_strRoamingQueue;
-    std::string m_strAccountingLog;
+    std::string m_strAccountingLog = DefaultAccountingLog();
     std::vector<PRINTER_ENTRY> m_vecPrinters;
     std::vector<PROJECT_ENTRY> m_vecProjects;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -22,11 +23,16 @@ public:
     const std::string& GetFile() const { return m_strFile; }
     int GetLine() const { return m_iLine; } // 0: the file as a whole
     const std::string& GetProblem() const { return m_strProblem; }
+    // The accounting log as far as the file was read before the problem
+    // (empty: none); nothing when the file could not be read at all.
+    const std::optional<std::string>& GetAccountingLog() const { return m_oAccountingLog; }
+    void SetAccountingLog(const std::string& strPath) { m_oAccountingLog = strPath; }
 
 private:
     std::string m_strFile;
     int m_iLine;
     std::string m_strProblem;
+    std::optional<std::string> m_oAccountingLog;
 };
 
 } // namespace OrvService

@@ -91,8 +91,51 @@ TEST(ServiceConfigTest, DefaultsWithoutServiceSection)
     const CServiceConfig objConfig = CServiceConfig::Parse(Printer("P1"), FILE_NAME);
     EXPECT_EQ(900, objConfig.GetAnswerTimeoutSeconds());
     EXPECT_EQ("", objConfig.GetRoamingQueue());
-    EXPECT_EQ("", objConfig.GetAccountingLog());
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl", objConfig.GetAccountingLog());
     EXPECT_TRUE(objConfig.GetProjects().empty());
+}
+
+TEST(ServiceConfigTest, AccountingLogMissingIsTheDefaultEmptyIsNone)
+{
+    unsetenv(CServiceConfig::ACCOUNTING_LOG_VARIABLE);
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl",
+              CServiceConfig::Parse("[Service]\nAnswerTimeoutSeconds=5\n", FILE_NAME).GetAccountingLog());
+    EXPECT_EQ("", CServiceConfig::Parse("[Service]\nAccountingLog=\n", FILE_NAME).GetAccountingLog());
+    EXPECT_EQ("/srv/a.jsonl",
+              CServiceConfig::Parse("[Service]\nAccountingLog=/srv/a.jsonl\n", FILE_NAME).GetAccountingLog());
+    // The scheduler's environment may move the default, never a relative path.
+    setenv(CServiceConfig::ACCOUNTING_LOG_VARIABLE, "/tmp/orvtest/accounting.jsonl", 1);
+    EXPECT_EQ("/tmp/orvtest/accounting.jsonl", CServiceConfig::Parse(Printer("P1"), FILE_NAME).GetAccountingLog());
+    EXPECT_EQ("", CServiceConfig::Parse("[Service]\nAccountingLog=\n", FILE_NAME).GetAccountingLog());
+    setenv(CServiceConfig::ACCOUNTING_LOG_VARIABLE, "accounting.jsonl", 1);
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl", CServiceConfig::DefaultAccountingLog());
+    unsetenv(CServiceConfig::ACCOUNTING_LOG_VARIABLE);
+}
+
+TEST(ServiceConfigTest, ErrorCarriesTheAccountingLogReadBeforeIt)
+{
+    unsetenv(CServiceConfig::ACCOUNTING_LOG_VARIABLE);
+    auto LogOf = [](const std::string& strText) -> std::string {
+        try {
+            CServiceConfig::Parse(strText, FILE_NAME);
+        } catch (const CServiceConfigError& e) {
+            return e.GetAccountingLog() ? *e.GetAccountingLog() : "(unknown)";
+        }
+        return "(accepted)";
+    };
+    EXPECT_EQ("/srv/a.jsonl", LogOf("[Service]\nAccountingLog=/srv/a.jsonl\n[Printers]\n"));
+    EXPECT_EQ("", LogOf("[Service]\nAccountingLog=\nTimeout=1\n"));
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl",
+              LogOf("[Printers]\n[Service]\nAccountingLog=/srv/a\n"));
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl", LogOf("[Service]\nAccountingLog=a.jsonl\n"));
+    EXPECT_EQ("/var/log/orv-soft/print-service/accounting.jsonl", LogOf("[Service]\nAccountingLog=/srv/\n"));
+    orvtest::TempFolder objFolder;
+    try {
+        CServiceConfig::Load(objFolder.File("missing.conf"));
+        FAIL() << "accepted";
+    } catch (const CServiceConfigError& e) {
+        EXPECT_FALSE(e.GetAccountingLog().has_value());
+    }
 }
 
 TEST(ServiceConfigTest, ProjectsVisiblePerUserAndGroup)

@@ -17,7 +17,7 @@ bool CupsServiceTest::s_bMadeUser = false;
 bool CupsServiceTest::s_bChannelExisted = false;
 int CupsServiceTest::s_iTest = 0;
 
-void CupsServiceTest::SetUpTestSuite()
+void CupsServiceTest::StartSuite(const std::vector<std::string>& vecSetEnv)
 {
     s_strSkip = CPrivateCupsd::MissingReason();
     if (!s_strSkip.empty()) {
@@ -35,7 +35,7 @@ void CupsServiceTest::SetUpTestSuite()
     }
     const std::string strChannel = "/tmp/orvprint-" + std::to_string(s_objUser.GetUid());
     s_bChannelExisted = access(strChannel.c_str(), F_OK) == 0;
-    s_pCupsd = new CPrivateCupsd(ORVPRINT_BACKEND_PATH, s_strNetworkHost, s_iNetworkPort);
+    s_pCupsd = new CPrivateCupsd(ORVPRINT_BACKEND_PATH, vecSetEnv, s_strNetworkHost, s_iNetworkPort);
     s_strSetupError = s_pCupsd->GetStartError();
     for (const std::string& strError : {s_pCupsd->AddQueue(SECURE_QUEUE, "orvprint:/", "orvprint"),
                                         s_pCupsd->AddCaptureQueue("office"), s_pCupsd->AddCaptureQueue("basement")}) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace orvtest {
 
@@ -46,7 +47,10 @@ inline std::string ReadAll(const std::string& strPath)
 // this one. The user submits the jobs itself.
 class CupsServiceTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite();
+    static void SetUpTestSuite() { StartSuite({}); }
+    // The suite's scheduler, with more SetEnv lines ("NAME VALUE") for the
+    // backend.
+    static void StartSuite(const std::vector<std::string>& vecSetEnv);
 
     static void TearDownTestSuite();
 

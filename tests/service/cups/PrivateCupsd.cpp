@@ -75,7 +75,8 @@ std::string CPrivateCupsd::MissingReason()
     return std::string();
 }
 
-CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath, const std::string& strNetworkHost, int iNetworkPort)
+CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath, const std::vector<std::string>& vecSetEnv,
+                             const std::string& strNetworkHost, int iNetworkPort)
 {
     char szTemplate[] = "/tmp/orvtest-cups.XXXXXX";
     if (!mkdtemp(szTemplate)) {
@@ -135,15 +136,21 @@ CPrivateCupsd::CPrivateCupsd(const std::string& strBackendPath, const std::strin
               strListen + "LogLevel debug\nMaxLogSize 0\n<Location />\n  Order allow,deny\n" + strAllow +
                   "</Location>\n" + STOCK_DEFAULT_POLICY + strOrvprintPolicy,
               0644);
+    std::string strSetEnv;
+    for (const std::string& strPair : vecSetEnv) {
+        strSetEnv += "SetEnv " + strPair + "\n";
+    }
     WriteText(D + "/cups-files.conf",
               "ServerRoot " + D + "\nServerBin " + D + "/serverbin\nDataDir /usr/share/cups\nCacheDir " + D +
                   "/cache\nStateDir " + D + "/state\nRequestRoot " + D + "/spool\nTempDir " + D +
                   "/spool/tmp\nAccessLog " + D + "/log/access_log\nErrorLog " + D + "/log/error_log\nPageLog " + D +
                   "/log/page_log\nSetEnv ORVPRINT_SERVICE_CONF " + D +
                   "/print-service.conf\nSetEnv ORVPRINT_SERVICE_STATE_DIR " + D +
-                  "/service-state\n"
+                  "/service-state\nSetEnv ORVPRINT_ACCOUNTING_LOG " + AccountingLogPath() +
+                  "\n"
                   // A sanitizer build's backend must end with its own exit code.
-                  "SetEnv ASAN_OPTIONS detect_leaks=0\n",
+                  "SetEnv ASAN_OPTIONS detect_leaks=0\n" +
+                  strSetEnv,
               0644);
 
     m_pid = fork();
@@ -233,8 +240,14 @@ std::string CPrivateCupsd::AddCaptureQueue(const std::string& strName) const
 int CPrivateCupsd::Submit(const std::string& strUser, const std::string& strQueue, const std::string& strTitle,
                           const std::string& strFile, std::string& strError) const
 {
+    return SubmitWith(strUser, strQueue, {"-d", strQueue, "-t", strTitle, strFile}, strError);
+}
+
+int CPrivateCupsd::SubmitWith(const std::string& strUser, const std::string& strQueue,
+                              const std::vector<std::string>& vecArgs, std::string& strError) const
+{
     std::string strOut, strErr;
-    const int iExit = RunLp(strUser, {"-d", strQueue, "-t", strTitle, strFile}, strOut, strErr);
+    const int iExit = RunLp(strUser, vecArgs, strOut, strErr);
     const std::string strPrefix = "request id is " + strQueue + "-";
     const size_t uiAt = strOut.find(strPrefix);
     if (iExit != 0 || uiAt == std::string::npos) {

@@ -21,11 +21,12 @@ public:
     // the reason to skip.
     static std::string MissingReason();
 
-    // With strNetworkHost it also listens on strNetworkHost:iNetworkPort
-    // (host name lookups off) and lets in that address and this computer's
-    // own (loopback, socket) only.
-    explicit CPrivateCupsd(const std::string& strBackendPath, const std::string& strNetworkHost = std::string(),
-                           int iNetworkPort = 0);
+    // vecSetEnv: more "NAME VALUE" pairs for SetEnv lines of cups-files.conf
+    // (the backend's environment). With strNetworkHost it also listens on
+    // strNetworkHost:iNetworkPort (host name lookups off) and lets in that
+    // address and this computer's own (loopback, socket) only.
+    explicit CPrivateCupsd(const std::string& strBackendPath, const std::vector<std::string>& vecSetEnv = {},
+                           const std::string& strNetworkHost = std::string(), int iNetworkPort = 0);
     ~CPrivateCupsd();
 
     CPrivateCupsd(const CPrivateCupsd&) = delete;
@@ -36,6 +37,9 @@ public:
     const std::string& Folder() const { return m_strFolder; }
     std::string SocketPath() const { return m_strFolder + "/cups.sock"; }
     std::string ServiceConfPath() const { return m_strFolder + "/print-service.conf"; }
+    // The backend's accounting log when the configuration names none (or
+    // cannot be read): ORVPRINT_ACCOUNTING_LOG.
+    std::string AccountingLogPath() const { return m_strFolder + "/accounting/accounting.jsonl"; }
     std::string CaptureFolder() const { return m_strFolder + "/capture"; }
     std::string PageLog() const;
 
@@ -49,6 +53,9 @@ public:
     // the job id, 0 on failure (strError says why).
     int Submit(const std::string& strUser, const std::string& strQueue, const std::string& strTitle,
                const std::string& strFile, std::string& strError) const;
+    // lp ARGS... run by strUser itself, for a job on strQueue; as Submit.
+    int SubmitWith(const std::string& strUser, const std::string& strQueue, const std::vector<std::string>& vecArgs,
+                   std::string& strError) const;
     // /usr/bin/lp with these arguments (-U USER among them for a job in
     // somebody else's name) run by user strRunAs (empty or root: this
     // process) with CUPS_SERVER kept; lp's exit code, -1 when it could not be

@@ -3,6 +3,7 @@
 #include "service/UserAccount.h"
 #include "tests/service/cups/PrivateCupsd.h"
 #include "tests/service/cups/TestReceiver.h"
+#include "tests/service/cups/TestUser.h"
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -115,8 +116,7 @@ protected:
     static std::string s_strSetupError;
     static CPrivateCupsd* s_pCupsd;
     static OrvService::CUserAccount s_objUser;
-    static bool s_bMadeUser;
-    static bool s_bChannelExisted;
+    static CTestUser* s_pUser;
     static int s_iTest;
     std::string m_strRecords;
 };

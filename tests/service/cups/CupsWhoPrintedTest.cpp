@@ -79,26 +79,17 @@ protected:
             return;
         }
         s_strSetupError = s_pCupsd->AddQueue(STOCK_QUEUE, "orvprint:/");
-        OrvService::CUserAccount objBob;
-        if (!OrvService::CUserAccount::Lookup(BOB, objBob)) {
-            std::string strOut, strErr;
-            if (RunTool("/usr/sbin/useradd", {"-M", "-d", "/nonexistent", "-s", "/usr/sbin/nologin", BOB}, strOut,
-                        strErr) != 0) {
-                s_strSetupError = "could not make the test user " + std::string(BOB) + ": " + strErr;
-                return;
-            }
-            s_bMadeBob = true;
+        s_pBob = new CTestUser(BOB);
+        if (s_strSetupError.empty()) {
+            s_strSetupError = s_pBob->GetError();
         }
     }
 
     static void TearDownTestSuite()
     {
         CupsServiceTest::TearDownTestSuite();
-        if (s_bMadeBob) {
-            std::string strOut, strErr;
-            RunTool("/usr/sbin/userdel", {BOB}, strOut, strErr);
-            s_bMadeBob = false;
-        }
+        delete s_pBob;
+        s_pBob = nullptr;
         s_strNetworkHost.clear();
         s_iNetworkPort = 0;
     }
@@ -119,10 +110,10 @@ protected:
 
     bool ReceiverWasAsked() const { return access((m_strRecords + "/request-1.bin").c_str(), F_OK) == 0; }
 
-    static bool s_bMadeBob;
+    static CTestUser* s_pBob;
 };
 
-bool CupsWhoPrintedTest::s_bMadeBob = false;
+CTestUser* CupsWhoPrintedTest::s_pBob = nullptr;
 
 TEST_F(CupsWhoPrintedTest, JobInSomebodyElsesNameIsRefusedOnTheSecureQueue)
 {

@@ -37,7 +37,7 @@ and logs; the machine's CUPS and /etc are never touched):
   and forwards the job as that user. The backend refuses root's own jobs,
   so the demo makes an unprivileged user, orvprint-demo (removed again
   afterwards), and runs OrvprintD and lp as that user. Run by another user
-  it says so and exits with 2: run "sudo ./scripts/demo.sh". With your
+  it builds as that user and runs the rest under sudo. With your
   display, the demo user is allowed on it with "xhost +SI:localuser:..."
   for the run (taken back afterwards); when that fails, Xvfb is used.
 
@@ -73,20 +73,24 @@ out=$root/build/demo
 # shellcheck source=scripts/dialog-session.sh
 . "$root/scripts/dialog-session.sh"
 
+# Printing through CUPS needs root (see --help). Run by another user, the
+# demo builds as that user and runs the rest again under sudo, with the
+# programs it built.
+need_sudo=0
 if [ $mode = cups ] && [ "$(id -u)" -ne 0 ]; then
-  cat >&2 <<'MSG'
+  if ! command -v sudo >/dev/null 2>&1; then
+    cat >&2 <<'MSG'
 demo: printing through CUPS needs root. The orvprint backend runs as root
 (as CUPS runs it when installed 0700) to reach the demo user's OrvprintD,
 so the demo runs its own private CUPS scheduler as root and makes an
-unprivileged demo user for OrvprintD and lp. Run it with sudo:
-
-    sudo ./scripts/demo.sh
-
-or show the request channel alone, without CUPS, as any user:
+unprivileged demo user for OrvprintD and lp. sudo is not installed: run it
+as root, or show the request channel alone, without CUPS, as any user:
 
     ./scripts/demo.sh --direct
 MSG
-  exit 2
+    exit 2
+  fi
+  need_sudo=1
 fi
 
 if [ -z "$bin_dir" ]; then
@@ -102,6 +106,13 @@ if [ -z "$bin_dir" ]; then
   bin=$build/bin
 else
   bin=$bin_dir
+fi
+if [ $need_sudo -eq 1 ]; then
+  echo "== printing through CUPS needs root: the rest runs under sudo"
+  sudo_args=(--bin-dir "$bin")
+  [ $headless -eq 1 ] && sudo_args+=(--headless)
+  exec sudo --preserve-env=DISPLAY,XAUTHORITY \
+    "$root/scripts/demo.sh" "${sudo_args[@]}"
 fi
 mkdir -p "$out"
 
@@ -420,6 +431,10 @@ fi
 [ $interactive -eq 0 ] && echo "screenshot: $out/dialog.png"
 answer=$(grep -o 'Selected printer : .*' "$demo/home/OrvprintD.log" | tail -n 1 || true)
 echo "OrvprintD log: ${answer:-$(grep -o 'User clicked .*' "$demo/home/OrvprintD.log" | tail -n 1)}"
+# Run through sudo: the kept files belong to the person who ran the demo.
+if [ -n "${SUDO_UID:-}" ] && [ "$SUDO_UID" != 0 ]; then
+  chown -R "$SUDO_UID:${SUDO_GID:-$SUDO_UID}" "$out"
+fi
 # Done: printed unchanged, or cancelled by the user; anything else failed.
 if [ "$state" = canceled ] || { [ -n "$printed" ] && cmp -s "$document" "$printed"; }; then
   exit 0

@@ -8,7 +8,10 @@
 #                            <Policy orvprint> (service/orvprint-policy.conf)
 #   FOLDER/cups-files.conf   ServerRoot, ServerBin, CacheDir, StateDir,
 #                            RequestRoot, TempDir and the logs in FOLDER;
-#                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf
+#                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf,
+#                            the service's state (ORVPRINT_SERVICE_STATE_DIR)
+#                            and its default accounting log
+#                            (ORVPRINT_ACCOUNTING_LOG) in FOLDER too
 #   FOLDER/serverbin         links to /usr/lib/cups, the given orvprint
 #                            backend copied 0700 (run as root) and the capture
 #                            backend 0755 (run as lp), which copies each job
@@ -107,6 +110,8 @@ AccessLog $dir/log/access_log
 ErrorLog $dir/log/error_log
 PageLog $dir/log/page_log
 SetEnv ORVPRINT_SERVICE_CONF $dir/print-service.conf
+SetEnv ORVPRINT_SERVICE_STATE_DIR $dir/service-state
+SetEnv ORVPRINT_ACCOUNTING_LOG $dir/accounting/accounting.jsonl
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"

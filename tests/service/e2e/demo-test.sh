@@ -56,6 +56,8 @@ check "the page log line has the demo user, the forwarded job and the project as
   grep -qE "^page log: office orvprint-demo ${forwarded#office-} \[[^]]*\] total [0-9]+ PRJ-001 " "$log"
 check_eq "OrvprintD logged the same answer" "Selected printer : 三楼东 HP LaserJet, selected project : 新产品发布" \
   "$(line "OrvprintD log")"
+check "the accounting line: the demo user's job, printed on office with the project, the forwarded job" \
+  grep -qE "^accounting: \{\"time\":\"[^\"]+\",\"job\":$(sed -n 's/^SecurePrint-\([0-9]*\) .*/\1/p' <<<"$secure"),\"user\":\"orvprint-demo\",.*\"pages\":3,\"copies\":1,\"printer\":\"P-3F-01\",\"queue\":\"office\",\"project\":\"PRJ-001\",\"outcome\":\"printed\",\"reason\":null,\"forwarded\":${forwarded#office-}\}$" "$log"
 check "the screenshot of the dialog is kept" test -s "$(line screenshot)"
 folder=$(sed -n 's/^== private CUPS scheduler in \(.*\)\/cups$/\1/p' "$log")
 check "the demo's temporary folder is gone" test -n "$folder" -a ! -e "$folder"

@@ -9,11 +9,14 @@
 #   FOLDER/cups-files.conf   ServerRoot, ServerBin, CacheDir, StateDir,
 #                            RequestRoot, TempDir and the logs in FOLDER;
 #                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf
+#                            (or $PRIVATE_CUPSD_SERVICE_CONF when set)
 #   FOLDER/serverbin         links to /usr/lib/cups, the given orvprint
 #                            backend copied 0700 (run as root) and the capture
 #                            backend 0755 (run as lp), which copies each job
 #                            whole into FOLDER/capture/QUEUE-JOBID (and its
-#                            arguments into ...args)
+#                            arguments into ...args); the installed
+#                            /usr/lib/cups/backend/orvprint is used in place
+#                            (linked like the other backends), not copied
 #   FOLDER/log/page_log      the page log (billing code = the project)
 #
 # Functions (each returns non-zero and says why on standard error):
@@ -37,10 +40,15 @@
 # BACKEND is this build's build/linux/bin/orvprint or an installed
 # /usr/lib/cups/backend/orvprint. Needs root: the scheduler runs the
 # backend as root only when it runs as root itself.
+# Set before private_cupsd_start: PRIVATE_CUPSD_POLICY, the file with the
+# <Policy orvprint> block (default: service/orvprint-policy.conf of this
+# tree; the package installs it as /usr/share/orvprintd/orvprint-policy.conf),
+# and PRIVATE_CUPSD_SERVICE_CONF, the service's configuration.
 
 PRIVATE_CUPSD_DIR=
 PRIVATE_CUPSD_PID=
 PRIVATE_CUPSD_POLICY=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/service/orvprint-policy.conf
+PRIVATE_CUPSD_SERVICE_CONF=
 
 private_cupsd_missing_reason() {
   if [ "$(id -u)" -ne 0 ]; then
@@ -76,9 +84,11 @@ private_cupsd_start() { # FOLDER BACKEND
     [ -e "$entry" ] || continue
     ln -s "$entry" "$dir/serverbin/backend/${entry##*/}"
   done
-  rm -f "$dir/serverbin/backend/orvprint"
-  cp "$backend" "$dir/serverbin/backend/orvprint"
-  chmod 0700 "$dir/serverbin/backend/orvprint"
+  if [ "$(realpath "$backend")" != "$(realpath /usr/lib/cups/backend/orvprint 2>/dev/null)" ]; then
+    rm -f "$dir/serverbin/backend/orvprint"
+    cp "$backend" "$dir/serverbin/backend/orvprint"
+    chmod 0700 "$dir/serverbin/backend/orvprint"
+  fi
   cat >"$dir/serverbin/backend/capture" <<'BACKEND'
 #!/bin/sh
 # Test printer: copies the job into the capture folder, whole or not at all.
@@ -106,7 +116,7 @@ TempDir $dir/spool/tmp
 AccessLog $dir/log/access_log
 ErrorLog $dir/log/error_log
 PageLog $dir/log/page_log
-SetEnv ORVPRINT_SERVICE_CONF $dir/print-service.conf
+SetEnv ORVPRINT_SERVICE_CONF ${PRIVATE_CUPSD_SERVICE_CONF:-$dir/print-service.conf}
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"

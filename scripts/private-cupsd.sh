@@ -9,7 +9,13 @@
 #   FOLDER/cups-files.conf   ServerRoot, ServerBin, CacheDir, StateDir,
 #                            RequestRoot, TempDir and the logs in FOLDER;
 #                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf
-#                            (or $PRIVATE_CUPSD_SERVICE_CONF when set)
+#                            (or $PRIVATE_CUPSD_SERVICE_CONF when set); the
+#                            backend's state (its per-user markers) in
+#                            FOLDER/service-state and its default accounting
+#                            log FOLDER/accounting/accounting.jsonl, as in the
+#                            C++ tests' scheduler, unless
+#                            PRIVATE_CUPSD_SYSTEM_PATHS=1 (the package test:
+#                            /run/orvprint, /var/log/orv-soft/print-service)
 #   FOLDER/serverbin         links to /usr/lib/cups, the given orvprint
 #                            backend copied 0700 (run as root) and the capture
 #                            backend 0755 (run as lp), which copies each job
@@ -49,6 +55,7 @@ PRIVATE_CUPSD_DIR=
 PRIVATE_CUPSD_PID=
 PRIVATE_CUPSD_POLICY=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/service/orvprint-policy.conf
 PRIVATE_CUPSD_SERVICE_CONF=
+PRIVATE_CUPSD_SYSTEM_PATHS=
 
 private_cupsd_missing_reason() {
   if [ "$(id -u)" -ne 0 ]; then
@@ -119,6 +126,12 @@ PageLog $dir/log/page_log
 SetEnv ORVPRINT_SERVICE_CONF ${PRIVATE_CUPSD_SERVICE_CONF:-$dir/print-service.conf}
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
+  if [ "$PRIVATE_CUPSD_SYSTEM_PATHS" != 1 ]; then
+    printf 'SetEnv ORVPRINT_SERVICE_STATE_DIR %s/service-state
+SetEnv ORVPRINT_ACCOUNTING_LOG %s/accounting/accounting.jsonl
+' \
+      "$dir" "$dir" >>"$dir/cups-files.conf"
+  fi
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"
 
   /usr/sbin/cupsd -f -c "$dir/cupsd.conf" -s "$dir/cups-files.conf" >"$dir/cupsd.out" 2>&1 </dev/null &

@@ -298,6 +298,8 @@ elif ! session_make_users "$alice" "$bob"; then
 else
   PRIVATE_CUPSD_POLICY=/usr/share/orvprintd/orvprint-policy.conf
   PRIVATE_CUPSD_SERVICE_CONF=$service_conf
+  # The installed backend's own state and accounting folders.
+  PRIVATE_CUPSD_SYSTEM_PATHS=1
   mkdir "$work/cupsd"
   if ! private_cupsd_start "$work/cupsd" "$backend" || ! private_cupsd_add_secure_queue SecurePrint ||
      ! private_cupsd_add_capture_queue office || ! private_cupsd_add_capture_queue basement; then

@@ -8,14 +8,10 @@
 #                            <Policy orvprint> (service/orvprint-policy.conf)
 #   FOLDER/cups-files.conf   ServerRoot, ServerBin, CacheDir, StateDir,
 #                            RequestRoot, TempDir and the logs in FOLDER;
-#                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf
-#                            (or $PRIVATE_CUPSD_SERVICE_CONF when set); the
-#                            backend's state (its per-user markers) in
-#                            FOLDER/service-state and its default accounting
-#                            log FOLDER/accounting/accounting.jsonl, as in the
-#                            C++ tests' scheduler, unless
-#                            PRIVATE_CUPSD_SYSTEM_PATHS=1 (the package test:
-#                            /run/orvprint, /var/log/orv-soft/print-service)
+#                            SetEnv ORVPRINT_SERVICE_CONF FOLDER/print-service.conf,
+#                            the service's state (ORVPRINT_SERVICE_STATE_DIR)
+#                            and its default accounting log
+#                            (ORVPRINT_ACCOUNTING_LOG) in FOLDER too
 #   FOLDER/serverbin         links to /usr/lib/cups, the given orvprint
 #                            backend copied 0700 (run as root) and the capture
 #                            backend 0755 (run as lp), which copies each job
@@ -48,8 +44,12 @@
 # backend as root only when it runs as root itself.
 # Set before private_cupsd_start: PRIVATE_CUPSD_POLICY, the file with the
 # <Policy orvprint> block (default: service/orvprint-policy.conf of this
-# tree; the package installs it as /usr/share/orvprintd/orvprint-policy.conf),
-# and PRIVATE_CUPSD_SERVICE_CONF, the service's configuration.
+# tree; the package installs it as /usr/share/orvprintd/orvprint-policy.conf);
+# PRIVATE_CUPSD_SERVICE_CONF, the service's configuration instead of
+# FOLDER/print-service.conf; PRIVATE_CUPSD_SYSTEM_PATHS=1, the backend's own
+# state folder and accounting log (/run/orvprint,
+# /var/log/orv-soft/print-service) instead of those in FOLDER (the package
+# test, with the installed backend).
 
 PRIVATE_CUPSD_DIR=
 PRIVATE_CUPSD_PID=
@@ -123,16 +123,20 @@ TempDir $dir/spool/tmp
 AccessLog $dir/log/access_log
 ErrorLog $dir/log/error_log
 PageLog $dir/log/page_log
-SetEnv ORVPRINT_SERVICE_CONF ${PRIVATE_CUPSD_SERVICE_CONF:-$dir/print-service.conf}
+SetEnv ORVPRINT_SERVICE_CONF $dir/print-service.conf
+SetEnv ORVPRINT_SERVICE_STATE_DIR $dir/service-state
+SetEnv ORVPRINT_ACCOUNTING_LOG $dir/accounting/accounting.jsonl
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
-  if [ "$PRIVATE_CUPSD_SYSTEM_PATHS" != 1 ]; then
-    printf 'SetEnv ORVPRINT_SERVICE_STATE_DIR %s/service-state
-SetEnv ORVPRINT_ACCOUNTING_LOG %s/accounting/accounting.jsonl
-' \
-      "$dir" "$dir" >>"$dir/cups-files.conf"
-  fi
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"
+  # A later SetEnv of a variable replaces the earlier one.
+  if [ -n "$PRIVATE_CUPSD_SERVICE_CONF" ]; then
+    printf 'SetEnv ORVPRINT_SERVICE_CONF %s\n' "$PRIVATE_CUPSD_SERVICE_CONF" >>"$dir/cups-files.conf"
+  fi
+  if [ "$PRIVATE_CUPSD_SYSTEM_PATHS" = 1 ]; then
+    printf 'SetEnv ORVPRINT_SERVICE_STATE_DIR /run/orvprint\nSetEnv ORVPRINT_ACCOUNTING_LOG %s\n' \
+      /var/log/orv-soft/print-service/accounting.jsonl >>"$dir/cups-files.conf"
+  fi
 
   /usr/sbin/cupsd -f -c "$dir/cupsd.conf" -s "$dir/cups-files.conf" >"$dir/cupsd.out" 2>&1 </dev/null &
   PRIVATE_CUPSD_PID=$!

@@ -397,6 +397,9 @@ CONF
   check "the page log has $bob's job on office with the only project he may use, J2, as billing code" \
     page_log_has office "$bob" "$fwd" J2
   check_eq "no dialog is left" "" "$(dialogs)"
+  check_eq "the installed backend keeps each user's marker in /run/orvprint (root's, 0700)" \
+    "root 700 directory; pending-$(id -u "$alice") pending-$(id -u "$bob")" \
+    "$(stat -c '%U %a %F' /run/orvprint 2>&1); $(find /run/orvprint -name "pending-$(id -u "$alice")" -o -name "pending-$(id -u "$bob")" | sort | xargs -n1 basename | tr '\n' ' ' | sed 's/ $//')"
   private_cupsd_stop
 fi
 

@@ -15,8 +15,19 @@
 #   /etc/orv-soft/LogConfig.conf              logging (conffile)
 #   /etc/xdg/autostart/OrvprintD.desktop      start at log-on (conffile)
 #   /usr/share/doc/orvprintd/                 copyright, changelog
+# and the print service (the CUPS backend of the secure queue):
+#   /usr/lib/cups/backend/orvprint            the backend, root's, 0700 (so
+#                                             that cupsd runs it as root)
+#   /usr/share/orvprintd/orvprint-policy.conf the queue's <Policy orvprint>,
+#                                             for the administrator to append
+#                                             to cupsd.conf (the package does
+#                                             not edit CUPS's configuration)
+#   /etc/orv-soft/print-service.conf          the service's configuration,
+#                                             every key commented (conffile)
+#   /usr/share/man/man8/orvprint.8.gz         its manual page
 # The maintainer scripts make TempDir (root's, with the machine's Config.ini)
-# and DataDir under /var/lib.
+# and DataDir under /var/lib, and the accounting folder
+# /var/log/orv-soft/print-service (root's, 0750).
 
 # Programs are built by the build; installing builds nothing more.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY TRUE)
@@ -38,6 +49,10 @@ if(WIN32)
 endif()
 
 if(NOT TARGET OrvprintD OR NOT TARGET orvprint-send OR NOT TARGET orvprint-config)
+  return()
+endif()
+if(NOT TARGET orvprint)
+  message(STATUS "No Debian package: the print service's backend is not built (libcups2-dev, libqpdf-dev)")
   return()
 endif()
 
@@ -67,8 +82,8 @@ file(WRITE ${ORV_LINUX_STAGE}/changelog
      "  * OrvprintD ${PROJECT_VERSION}.\n\n"
      " -- Orv-soft <support@orv-soft.com>  ${orv_changelog_date}\n")
 execute_process(COMMAND gzip -9nf ${ORV_LINUX_STAGE}/changelog)
-# Manual pages of the tools, compressed the same way.
-foreach(page orvprint-send.1 orvprint-config.1)
+# Manual pages of the tools and of the backend, compressed the same way.
+foreach(page orvprint-send.1 orvprint-config.1 orvprint.8)
   configure_file(${ORV_PACKAGING_DIR}/debian/${page} ${ORV_LINUX_STAGE}/${page} COPYONLY)
   execute_process(COMMAND gzip -9nf ${ORV_LINUX_STAGE}/${page})
 endforeach()
@@ -84,9 +99,25 @@ install(FILES ${ORV_LINUX_STAGE}/orvprint-send.1.gz ${ORV_LINUX_STAGE}/orvprint-
         DESTINATION share/man/man1 PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 install(FILES ${ORV_PACKAGING_DIR}/debian/copyright ${ORV_LINUX_STAGE}/changelog.gz
         DESTINATION share/doc/orvprintd PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+# The print service. The backend is root's and 0700: cupsd runs a backend
+# that others may not execute as root, which it needs to reach each user's
+# own OrvprintD (it becomes the job's user itself for that).
+install(TARGETS orvprint RUNTIME DESTINATION lib/cups/backend
+        PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+install(FILES ${CMAKE_SOURCE_DIR}/service/orvprint-policy.conf
+        DESTINATION share/orvprintd PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+install(FILES ${ORV_PACKAGING_DIR}/debian/print-service.conf
+        DESTINATION /etc/orv-soft PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+install(FILES ${ORV_LINUX_STAGE}/orvprint.8.gz
+        DESTINATION share/man/man8 PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+# lintian's overrides for the backend's mode (their reasons are in the file).
+install(FILES ${ORV_PACKAGING_DIR}/debian/lintian-overrides
+        DESTINATION share/lintian/overrides RENAME orvprintd
+        PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 
 file(WRITE ${ORV_LINUX_STAGE}/conffiles
-     "/etc/orv-soft/LogConfig.conf\n/etc/orv-soft/machine.ini\n/etc/xdg/autostart/OrvprintD.desktop\n")
+     "/etc/orv-soft/LogConfig.conf\n/etc/orv-soft/machine.ini\n/etc/orv-soft/print-service.conf\n"
+     "/etc/xdg/autostart/OrvprintD.desktop\n")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME orvprintd)
@@ -100,7 +131,11 @@ string(CONCAT CPACK_DEBIAN_PACKAGE_DESCRIPTION
     "on and starts at log-on. When the printing service holds a print job, it\n"
     "shows a dialog in which the user picks the printer and the project to\n"
     "charge, and sends the choice back. It also keeps the client tool of the\n"
-    "suite running.")
+    "suite running.\n"
+    "The package holds the printing service too: the CUPS backend orvprint\n"
+    "of the secure queue, which asks the job user's own OrvprintD and\n"
+    "forwards the job to the chosen printer, charged to the chosen project.\n"
+    "See orvprint(8) for setting up the queue.")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
 set(CPACK_DEBIAN_PACKAGE_SECTION misc)
@@ -108,6 +143,9 @@ set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The Qt platform plug-in for X11 and a font with Chinese glyphs for the dialog.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-qpa-plugins, fonts-wqy-microhei | fonts-noto-cjk")
+# The backend runs under the CUPS scheduler (its libraries, libcups2 and
+# libqpdf, come from dpkg-shlibdeps).
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "cups-daemon")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${ORV_PACKAGING_DIR}/debian/postinst ${ORV_PACKAGING_DIR}/debian/prerm
     ${ORV_PACKAGING_DIR}/debian/postrm ${ORV_LINUX_STAGE}/conffiles)

@@ -53,7 +53,7 @@ configure() { # dir extra-args...
 
 if [ $want_deb -eq 1 ]; then
   configure "$linux_dir"
-  cmake --build "$linux_dir" -j "$jobs" --target OrvprintD orvprint-send orvprint-config >"$linux_dir.package-build.log" 2>&1 \
+  cmake --build "$linux_dir" -j "$jobs" --target OrvprintD orvprint-send orvprint-config orvprint >"$linux_dir.package-build.log" 2>&1 \
     || { tail -40 "$linux_dir.package-build.log"; echo "package: Linux build FAILED"; exit 1; }
   v=$(cat "$linux_dir/orv-version.txt")
   deb=orvprintd_${v}_amd64.deb

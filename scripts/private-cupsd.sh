@@ -16,7 +16,9 @@
 #                            backend copied 0700 (run as root) and the capture
 #                            backend 0755 (run as lp), which copies each job
 #                            whole into FOLDER/capture/QUEUE-JOBID (and its
-#                            arguments into ...args)
+#                            arguments into ...args); the installed
+#                            /usr/lib/cups/backend/orvprint is used in place
+#                            (linked like the other backends), not copied
 #   FOLDER/log/page_log      the page log (billing code = the project)
 #
 # Functions (each returns non-zero and says why on standard error):
@@ -40,10 +42,20 @@
 # BACKEND is this build's build/linux/bin/orvprint or an installed
 # /usr/lib/cups/backend/orvprint. Needs root: the scheduler runs the
 # backend as root only when it runs as root itself.
+# Set before private_cupsd_start: PRIVATE_CUPSD_POLICY, the file with the
+# <Policy orvprint> block (default: service/orvprint-policy.conf of this
+# tree; the package installs it as /usr/share/orvprintd/orvprint-policy.conf);
+# PRIVATE_CUPSD_SERVICE_CONF, the service's configuration instead of
+# FOLDER/print-service.conf; PRIVATE_CUPSD_SYSTEM_PATHS=1, the backend's own
+# state folder and accounting log (/run/orvprint,
+# /var/log/orv-soft/print-service) instead of those in FOLDER (the package
+# test, with the installed backend).
 
 PRIVATE_CUPSD_DIR=
 PRIVATE_CUPSD_PID=
 PRIVATE_CUPSD_POLICY=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/service/orvprint-policy.conf
+PRIVATE_CUPSD_SERVICE_CONF=
+PRIVATE_CUPSD_SYSTEM_PATHS=
 
 private_cupsd_missing_reason() {
   if [ "$(id -u)" -ne 0 ]; then
@@ -79,9 +91,11 @@ private_cupsd_start() { # FOLDER BACKEND
     [ -e "$entry" ] || continue
     ln -s "$entry" "$dir/serverbin/backend/${entry##*/}"
   done
-  rm -f "$dir/serverbin/backend/orvprint"
-  cp "$backend" "$dir/serverbin/backend/orvprint"
-  chmod 0700 "$dir/serverbin/backend/orvprint"
+  if [ "$(realpath "$backend")" != "$(realpath /usr/lib/cups/backend/orvprint 2>/dev/null)" ]; then
+    rm -f "$dir/serverbin/backend/orvprint"
+    cp "$backend" "$dir/serverbin/backend/orvprint"
+    chmod 0700 "$dir/serverbin/backend/orvprint"
+  fi
   cat >"$dir/serverbin/backend/capture" <<'BACKEND'
 #!/bin/sh
 # Test printer: copies the job into the capture folder, whole or not at all.
@@ -115,6 +129,14 @@ SetEnv ORVPRINT_ACCOUNTING_LOG $dir/accounting/accounting.jsonl
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"
+  # A later SetEnv of a variable replaces the earlier one.
+  if [ -n "$PRIVATE_CUPSD_SERVICE_CONF" ]; then
+    printf 'SetEnv ORVPRINT_SERVICE_CONF %s\n' "$PRIVATE_CUPSD_SERVICE_CONF" >>"$dir/cups-files.conf"
+  fi
+  if [ "$PRIVATE_CUPSD_SYSTEM_PATHS" = 1 ]; then
+    printf 'SetEnv ORVPRINT_SERVICE_STATE_DIR /run/orvprint\nSetEnv ORVPRINT_ACCOUNTING_LOG %s\n' \
+      /var/log/orv-soft/print-service/accounting.jsonl >>"$dir/cups-files.conf"
+  fi
 
   /usr/sbin/cupsd -f -c "$dir/cupsd.conf" -s "$dir/cups-files.conf" >"$dir/cupsd.out" 2>&1 </dev/null &
   PRIVATE_CUPSD_PID=$!

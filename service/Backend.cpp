@@ -395,6 +395,12 @@ int CBackend::RunJob()
     if (!objDocument.IsValid()) {
         return Hold("The print service cannot take the job: " + strProblem);
     }
+    // The package installs the file with every key commented out: nothing
+    // to offer until the administrator adds a printer (or a roaming queue).
+    if (objConfig.GetPrinters().empty() && objConfig.GetRoamingQueue().empty()) {
+        return Hold("The print service has no printers configured yet; add them to " +
+                    CServiceConfig::ConfiguredPath());
+    }
     CPendingMarker objMarker;
     if (!objMarker.Open(objAccount.GetUid(), strProblem)) {
         return Hold("The print service cannot keep track of its requests: " + strProblem);

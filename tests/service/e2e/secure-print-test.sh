@@ -24,10 +24,11 @@ root=$(cd "$here/../../.." && pwd)
 . "$root/scripts/private-cupsd.sh"
 # shellcheck source=scripts/make-pdf.sh
 . "$root/scripts/make-pdf.sh"
+# shellcheck source=tests/service/e2e/print-session.sh
+. "$here/print-session.sh"
 
 name="secure print"
 bin=$(cd "$1" && pwd)
-title="请选择打印选项"
 reason=$(private_cupsd_missing_reason)
 if [ -z "$reason" ]; then
   for tool in setpriv useradd userdel Xvfb xdotool xprop import flock; do
@@ -42,44 +43,32 @@ fi
 users=(orvtest-print-alice orvtest-print-bob)
 alice=${users[0]}
 bob=${users[1]}
-made_users=()
-pids=()
 XVFB_PID=
 work=$(mktemp -d /tmp/orvtest-secureprint.XXXXXX)
 chmod 755 "$work"
+SESSION_WORK=$work
 shots=${ORV_SCREENSHOT_DIR:-$root/build/screenshots}
 mkdir -p "$shots"
-declare -A chan_existed
 
 cleanup() {
-  local pid u uid
+  local pid
   if [ "$CHECKS_FAILED" -gt 0 ] && [ -n "$PRIVATE_CUPSD_PID" ]; then
     echo "---- jobs of the private scheduler"
     lpstat -W all -l -o 2>&1 | sed 's/^/   /'
     echo "---- its log (jobs, last lines)"
     grep -E '^[EIW] .*\[Job [0-9]+\]' "$cupsd/log/error_log" 2>/dev/null | tail -n 40 | sed 's/^/   /'
   fi
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null; done
+  for pid in "${SESSION_PIDS[@]}"; do kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null; done
   private_cupsd_stop
   [ -n "$XVFB_PID" ] && kill "$XVFB_PID" 2>/dev/null
-  for u in "${made_users[@]}"; do
-    uid=$(id -u "$u" 2>/dev/null) && [ "${chan_existed[$uid]:-1}" = 0 ] && rm -rf "/tmp/orvprint-$uid"
-    userdel "$u" >/dev/null 2>&1
-  done
+  session_remove_users
   if [ -n "${ORV_KEEP_WORK:-}" ]; then echo "kept $work"; else rm -rf "$work"; fi
 }
 trap cleanup EXIT
 
-for u in "${users[@]}"; do
-  if ! id "$u" >/dev/null 2>&1; then
-    useradd --user-group --no-create-home --home-dir "$work/home-$u" --shell /usr/sbin/nologin "$u" || {
-      skip_all "$name" "could not make the test user $u"; summary_line "$name"; exit 0; }
-    made_users+=("$u")
-  fi
-  uid=$(id -u "$u")
-  [ -e "/tmp/orvprint-$uid" ] && chan_existed[$uid]=1 || chan_existed[$uid]=0
-  install -d -m 0700 -o "$u" -g "$(id -gn "$u")" "$work/home-$u" "$work/xdg-$u" "$work/run-$u"
-done
+if ! session_make_users "${users[@]}"; then
+  skip_all "$name" "could not make the test users"; summary_line "$name"; exit 0
+fi
 alice_uid=$(id -u "$alice")
 bob_uid=$(id -u "$bob")
 
@@ -93,7 +82,7 @@ if ! private_cupsd_start "$cupsd" "$bin/orvprint" || ! private_cupsd_add_secure_
   echo "$name: the private scheduler did not start"; CHECKS_FAILED=$((CHECKS_FAILED + 1))
   summary_line "$name"; exit 1
 fi
-pids+=("$PRIVATE_CUPSD_PID")
+SESSION_PIDS+=("$PRIVATE_CUPSD_PID")
 cat >"$cupsd/print-service.conf" <<CONF
 [Service]
 AnswerTimeoutSeconds=120
@@ -154,89 +143,11 @@ for v in ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS TSAN_OPTIONS; do
   san_env+=("$v=$(printf '%s' "${!v}" | sed "s#log_path=[^:]*#log_path=$work/sanitizer/report#; s#^\(\(.*:\)\{0,1\}\)suppressions=[^:]*#\1suppressions=$work/sanitizer/$v.supp#")")
 done
 
-as_user() { # USER COMMAND... : runs in that user's own session environment
-  (as_user_exec "$@")
-}
-
-# The same in place of the calling (sub)shell: "as_user_exec U CMD &" gives
-# $! the program's own process id.
-as_user_exec() { # USER COMMAND...
-  local u=$1; shift
-  exec setpriv --reuid="$u" --regid="$(id -g "$u")" --init-groups \
-    env -i HOME="$work/home-$u" USER="$u" LOGNAME="$u" PATH=/usr/bin:/bin LANG=C.UTF-8 \
-        DISPLAY="${DISPLAY:-}" QT_QPA_PLATFORM=xcb ORVPRINT_MACHINE_CONFIG="$work/machine.ini" \
-        XDG_CONFIG_DIRS="$work/xdg-$u" XDG_RUNTIME_DIR="$work/run-$u" CUPS_SERVERBIN="$cupsd/serverbin" CUPS_SERVER="$CUPS_SERVER" \
-        "${san_env[@]}" "$@"
-}
-
-# The private folder of user U's channel (as OrvprintD and the backend's
-# worker find it): the session's runtime folder when it is the user's own,
-# else /tmp/orvprint-UID, else the one in the user's home.
-channel_folder() { # USER
-  local uid
-  uid=$(id -u "$1")
-  if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
-    echo "/run/user/$uid"
-  elif [ "$(stat -c '%u %a %F' "/tmp/orvprint-$uid" 2>/dev/null)" = "$uid 700 directory" ] ||
-       [ ! -e "/tmp/orvprint-$uid" ]; then
-    echo "/tmp/orvprint-$uid"
-  else
-    echo "$work/home-$1/.cache/orv-soft/run"
-  fi
-}
-
-declare -A orv_pid
-start_orvprintd() { # USER
-  as_user_exec "$1" "$work/bin/OrvprintD" >>"$work/$1.out" 2>&1 &
-  orv_pid[$1]=$!
-  pids+=("$!")
-  wait_until_serving "$(channel_folder "$1")/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" "${orv_pid[$1]}"
-}
-
-# Submits FILE to the secure queue with lp run as USER; prints the job id.
-submit() { # USER FILE TITLE
-  local out
-  out=$(as_user "$1" lp -d SecurePrint -t "$3" "$2" 2>&1)
-  sed -n 's/^request id is SecurePrint-\([0-9]*\) .*/\1/p' <<<"$out"
-}
-
-# The visible print-option dialogs, one line each: "WINDOW OWNER", OWNER
-# being the user whose OrvprintD shows it (by the window's _NET_WM_PID).
-dialogs() {
-  local w pid owner u
-  for w in $(xdotool search --onlyvisible --name "$title" 2>/dev/null); do
-    pid=$(xprop -id "$w" _NET_WM_PID 2>/dev/null | sed -n 's/.* = //p')
-    owner="pid-$pid"
-    for u in "$alice" "$bob"; do [ "$pid" = "${orv_pid[$u]:-}" ] && owner=$u; done
-    echo "$w $owner"
-  done
-}
-
-# Waits (at most 60 s) until exactly COUNT dialogs are shown.
-wait_for_dialogs() { # COUNT
-  local deadline=$(($(date +%s) + 60))
-  until [ "$(dialogs | wc -l)" -eq "$1" ]; do
-    [ "$(date +%s)" -gt "$deadline" ] && return 1
-    sleep 0.05
-  done
-}
-
-# The owners of the shown dialogs, sorted, on one line.
-dialog_owners() { dialogs | awk '{print $2}' | sort | tr '\n' ' ' | sed 's/ $//'; }
-
-dialog_of() { dialogs | awk -v u="$1" '$2 == u {print $1; exit}'; }
-
-# Number of visible windows of user U's OrvprintD (the dialog, an open list).
-windows_of() { xdotool search --onlyvisible --pid "${orv_pid[$1]}" 2>/dev/null | wc -l; }
-
-# Waits (at most 30 s) until user U's OrvprintD shows COUNT windows.
-wait_for_windows() { # USER COUNT
-  local deadline=$(($(date +%s) + 30))
-  until [ "$(windows_of "$1")" -eq "$2" ]; do
-    [ "$(date +%s)" -gt "$deadline" ] && return 1
-    sleep 0.05
-  done
-}
+# The users' session: the private machine registry and XDG folders,
+# OrvprintD's start-up probe finding the backend in the private scheduler's
+# ServerBin, the run's sanitizer options.
+SESSION_ENV=(ORVPRINT_MACHINE_CONFIG="$work/machine.ini" XDG_CONFIG_DIRS="$work/xdg-{user}"
+             CUPS_SERVERBIN="$cupsd/serverbin" "${san_env[@]}")
 
 # In user U's dialog WIN, with the keyboard: KEYS (e.g. "Tab Tab" to reach
 # the printer list from OK) then F4 opens the list; a screenshot of the
@@ -251,49 +162,12 @@ shoot_open_list() { # USER WIN FILE KEYS...
   wait_for_windows "$u" 1
 }
 
-# /proc status lines (Uid, Gid, Groups) of each running backend process
-# (argv[0] "orvprint:/") of the user with id UID, one process per line.
-backend_ids_of_uid() { # UID
-  local dir argv0
-  for dir in /proc/[0-9]*; do
-    argv0=
-    IFS= read -r -d '' argv0 2>/dev/null <"$dir/cmdline"
-    [ "$argv0" = "orvprint:/" ] || continue
-    awk -v uid="$1" '/^Uid:/ { if ($2 != uid) exit; line = $0 } /^Gid:|^Groups:/ { line = line "|" $0 }
-                     END { if (line != "") print line }' "$dir/status" 2>/dev/null
-  done
-}
-
-# The capture printers' files for the jobs after the ones in BEFORE.
-captured_since() { # BEFORE
-  comm -13 <(printf '%s\n' "$1") <(captured_now)
-}
-captured_now() { find "$cupsd/capture" -maxdepth 1 -type f ! -name '*.args' ! -name '*.part' -printf '%f\n' | sort; }
-
-# Waits (at most 60 s) until one more job was captured; prints its name.
-wait_for_capture() { # BEFORE
-  local deadline=$(($(date +%s) + 60)) new
-  for (( ; ; )); do
-    new=$(captured_since "$1")
-    if [ -n "$new" ] || [ "$(date +%s)" -gt "$deadline" ]; then
-      echo "$new"; return
-    fi
-    sleep 0.05
-  done
-}
-
-log_of() { cat "$work/home-$1/.local/state/orv-soft/log/OrvprintD.log" 2>/dev/null; }
-
-page_log_has() { # QUEUE USER JOB BILLING
-  grep -qE "^$1 $2 $3 \[[^]]*\] total [0-9]+ $4 " "$cupsd/log/page_log"
-}
-
 echo "== $name: $alice ($alice_uid) and $bob ($bob_uid), scheduler $CUPS_SERVER"
 start_private_xvfb || { echo "$name: Xvfb did not start"; exit 1; }
-pids+=("$XVFB_PID")
-start_orvprintd "$alice"
+SESSION_PIDS+=("$XVFB_PID")
+start_orvprintd "$alice" "$work/bin/OrvprintD"
 check "$alice's OrvprintD serves" kill -0 "${orv_pid[$alice]}"
-start_orvprintd "$bob"
+start_orvprintd "$bob" "$work/bin/OrvprintD"
 check "$bob's OrvprintD serves" kill -0 "${orv_pid[$bob]}"
 check_eq "no window is shown before a job (the start-up probe finds the backend)" "" "$(dialogs)"
 
@@ -385,7 +259,7 @@ held="OrvprintD is not running for user $bob; the job is held. Release it with: 
 check_eq "$bob's job is held with the reason and how to release it" "held $held" \
   "$(private_cupsd_wait_for_job "$held_job" held) $(private_cupsd_job_message "SecurePrint-$held_job")"
 check_eq "no dialog appears in $alice's OrvprintD (nor anywhere)" "" "$(dialogs)"
-start_orvprintd "$bob"
+start_orvprintd "$bob" "$work/bin/OrvprintD"
 check "$bob's OrvprintD serves again" kill -0 "${orv_pid[$bob]}"
 before=$(captured_now)
 as_user "$bob" lp -i "SecurePrint-$held_job" -H resume >"$work/resume.out" 2>&1

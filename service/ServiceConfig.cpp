@@ -9,6 +9,7 @@
 #include <set>
 #include <sys/stat.h>
 #include <unistd.h>
+#include "service/ServiceClock.h"
 
 namespace OrvService {
 
@@ -82,25 +83,6 @@ bool ParseWhole(const std::string& strText, long lMax, long& lValue)
     }
     lValue = std::strtol(strText.c_str(), nullptr, 10);
     return lValue <= lMax;
-}
-
-// "HH:MM" to minutes after midnight; -1 when malformed.
-int ParseClock(const std::string& strText)
-{
-    if (strText.size() != 5 || strText[2] != ':') {
-        return -1;
-    }
-    for (size_t i : {0, 1, 3, 4}) {
-        if (strText[i] < '0' || strText[i] > '9') {
-            return -1;
-        }
-    }
-    const int iHour = (strText[0] - '0') * 10 + (strText[1] - '0');
-    const int iMinute = (strText[3] - '0') * 10 + (strText[4] - '0');
-    if (iHour > 23 || iMinute > 59) {
-        return -1;
-    }
-    return iHour * 60 + iMinute;
 }
 
 // A CUPS queue name: printable, no space, '/', '#', '\\', quotes; at most
@@ -405,8 +387,8 @@ void CServiceConfig::ParseInto(const std::string& strText, const std::string& st
                 pPrinter->iMaxPagesPerJob = static_cast<int>(lValue);
             } else if (strKey == "Hours") {
                 const size_t uiDash = strValue.find('-');
-                const int iFrom = uiDash == 5 ? ParseClock(strValue.substr(0, 5)) : -1;
-                const int iTo = uiDash == 5 ? ParseClock(strValue.substr(6)) : -1;
+                const int iFrom = uiDash == 5 ? CServiceClock::Parse(strValue.substr(0, 5)) : -1;
+                const int iTo = uiDash == 5 ? CServiceClock::Parse(strValue.substr(6)) : -1;
                 if (iFrom < 0 || iTo < 0) {
                     objParser.Fail(iLine, "Hours must be HH:MM-HH:MM");
                 }

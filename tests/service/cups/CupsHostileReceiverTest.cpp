@@ -2,42 +2,25 @@
 // answering, or the worker that runs as the user dying), the job is held
 // with a message and never printed anywhere.
 #include <csignal>
-#include <dirent.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <vector>
+#include "tests/service/cups/BackendProcesses.h"
 #include "tests/service/cups/CupsServiceTest.h"
 
 namespace {
 
 using namespace orvtest;
 
-// Process ids of the backend's worker: argv[0] is the device URI, the real
-// user the job's.
+// Process ids of the backend's worker: the backend's processes of the job's
+// user.
 std::vector<pid_t> WorkerProcesses(uid_t uidUser)
 {
     std::vector<pid_t> vecOut;
-    DIR* pDir = opendir("/proc");
-    if (!pDir) {
-        return vecOut;
-    }
-    while (struct dirent* pEntry = readdir(pDir)) {
-        const std::string strPid = pEntry->d_name;
-        if (strPid.find_first_not_of("0123456789") != std::string::npos) {
-            continue;
-        }
-        std::ifstream cmdline("/proc/" + strPid + "/cmdline", std::ios::binary);
-        std::string strArg0;
-        std::getline(cmdline, strArg0, '\0');
-        std::ifstream status("/proc/" + strPid + "/status");
-        std::string strLine;
-        while (strArg0 == "orvprint:/" && std::getline(status, strLine)) {
-            if (strLine.compare(0, 4, "Uid:") == 0 && std::stoul(strLine.substr(5)) == uidUser) {
-                vecOut.push_back(static_cast<pid_t>(std::stol(strPid)));
-            }
+    for (const BACKEND_PROCESS& stuProcess : BackendProcesses()) {
+        if (stuProcess.uidReal == uidUser) {
+            vecOut.push_back(stuProcess.pid);
         }
     }
-    closedir(pDir);
     return vecOut;
 }
 

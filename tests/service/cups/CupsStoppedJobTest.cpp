@@ -2,56 +2,17 @@
 // cancelled): the dialog's late answer must never be taken for the user's
 // next job. The receiver keeps each request open until the test lets it
 // answer: the first with printer P1, the second with Cancel.
-#include "tests/service/cups/CupsServiceTest.h"
-#include "tests/tools/ToolProcess.h"
 #include <csignal>
-#include <dirent.h>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <vector>
+#include "tests/service/cups/BackendProcesses.h"
+#include "tests/service/cups/CupsServiceTest.h"
+#include "tests/tools/ToolProcess.h"
 
 namespace {
 
 using namespace orvtest;
-
-struct BACKEND_PROCESS {
-    pid_t pid;
-    uid_t uid;
-};
-
-// The processes of the orvprint backend (the scheduler starts it with the
-// device URI as argv[0]) and their real user ids.
-std::vector<BACKEND_PROCESS> BackendProcesses()
-{
-    std::vector<BACKEND_PROCESS> vecOut;
-    DIR* pDir = opendir("/proc");
-    if (!pDir) {
-        return vecOut;
-    }
-    while (struct dirent* pEntry = readdir(pDir)) {
-        const std::string strPid = pEntry->d_name;
-        if (strPid.find_first_not_of("0123456789") != std::string::npos) {
-            continue;
-        }
-        std::ifstream cmdline("/proc/" + strPid + "/cmdline", std::ios::binary);
-        std::string strArg0;
-        std::getline(cmdline, strArg0, '\0');
-        if (strArg0 != "orvprint:/") {
-            continue;
-        }
-        std::ifstream status("/proc/" + strPid + "/status");
-        std::string strLine;
-        while (std::getline(status, strLine)) {
-            if (strLine.compare(0, 4, "Uid:") == 0) {
-                vecOut.push_back(
-                    {static_cast<pid_t>(std::stol(strPid)), static_cast<uid_t>(std::stoul(strLine.substr(5)))});
-            }
-        }
-    }
-    closedir(pDir);
-    return vecOut;
-}
 
 class CupsStoppedJobTest : public CupsServiceTest {
 protected:
@@ -145,7 +106,7 @@ TEST_F(CupsStoppedJobTest, BackendKilledItsWorkerKeepsTheNextJobWaiting)
     const std::vector<BACKEND_PROCESS> vecBackend = BackendProcesses();
     ASSERT_EQ(2u, vecBackend.size());
     for (const BACKEND_PROCESS& stuProcess : vecBackend) {
-        if (stuProcess.uid == 0) {
+        if (stuProcess.uidReal == 0) {
             kill(stuProcess.pid, SIGKILL);
         }
     }

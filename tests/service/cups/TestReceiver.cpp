@@ -14,6 +14,7 @@
 #include "Src/Common/include/JobSelectedData.h"
 #include "Src/PrintingService/Common/Include/MsgQueueEx.h"
 #include "service/PrivilegeDrop.h"
+#include "tests/service/cups/BackendProcesses.h"
 #include "utility/NamedMutexProbe.h"
 
 namespace orvtest {
@@ -27,29 +28,8 @@ using OrvUtility::CMsgQueueLayout;
 std::string BackendCredentials()
 {
     std::string strOut;
-    if (DIR* pDir = opendir("/proc")) {
-        while (struct dirent* pEntry = readdir(pDir)) {
-            const std::string strPid = pEntry->d_name;
-            if (strPid.find_first_not_of("0123456789") != std::string::npos) {
-                continue;
-            }
-            std::ifstream cmdline("/proc/" + strPid + "/cmdline", std::ios::binary);
-            std::string strArg0;
-            std::getline(cmdline, strArg0, '\0');
-            if (strArg0 != "orvprint:/") {
-                continue;
-            }
-            std::ifstream status("/proc/" + strPid + "/status");
-            std::string strLine, strBlock;
-            while (std::getline(status, strLine)) {
-                if (strLine.compare(0, 4, "Uid:") == 0 || strLine.compare(0, 4, "Gid:") == 0 ||
-                    strLine.compare(0, 7, "Groups:") == 0) {
-                    strBlock += strLine + "\n";
-                }
-            }
-            strOut += strBlock + "\n";
-        }
-        closedir(pDir);
+    for (const BACKEND_PROCESS& stuProcess : BackendProcesses()) {
+        strOut += stuProcess.strCredentials + "\n";
     }
     return strOut;
 }

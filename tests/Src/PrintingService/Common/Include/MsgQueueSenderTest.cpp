@@ -205,86 +205,83 @@ TEST_F(MsgQueueSenderTest, OneDeadlineCoversTheSendersMutexAndTheAnswer)
     EXPECT_EQ(6, receiver.Process().Wait());
 }
 
-// A sender ended while its request was open (its wait given up here, as a
-// killed sender gives it up): the next sender first waits for that
-// request's answer and throws it away, so that its own request gets its own
-// answer and never the earlier one's.
-TEST_F(MsgQueueSenderTest, AnAbandonedRequestsAnswerIsNeverTakenForTheNext)
-{
-    const std::string strBase = orvtest::UniqueObjectBase("SenderAbandoned");
-    orvtest::ChildReceiver receiver(strBase, "block");
-    ASSERT_TRUE(receiver.WaitReady());
-    const std::wstring strWide = orvtest::Wide(strBase);
+// A receiver that keeps each request open until released, with one request
+// "A" open in it whose sender gave up waiting (as a killed sender does).
+class AbandonedRequestTest : public ::testing::Test {
+protected:
+    AbandonedRequestTest()
+        : m_strBase(orvtest::UniqueObjectBase("SenderAbandoned"))
+        , m_strWide(orvtest::Wide(m_strBase))
+        , m_receiver(m_strBase, "block")
     {
-        CMsgQueueSender first(strWide);
-        CMsgQueueSender::REPLY stuReply;
-        ASSERT_EQ(CMsgQueueSender::SEND_TIMED_OUT, Send(first, orvtest::MakeJobRequest(1, 1, "A"), stuReply, 200));
     }
-    ASSERT_TRUE(receiver.WaitEntered());
 
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_receiver.WaitReady());
+        CMsgQueueSender first(m_strWide);
+        CMsgQueueSender::REPLY stuReply;
+        const std::string strRequest = orvtest::MakeJobRequest(1, 1, "A");
+        ASSERT_EQ(CMsgQueueSender::SEND_TIMED_OUT,
+                  first.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), 200, stuReply));
+        ASSERT_TRUE(m_receiver.WaitEntered());
+    }
+
+    orvtest::ScopedSharedFolder m_shared;
+    std::string m_strBase;
+    std::wstring m_strWide;
+    orvtest::ChildReceiver m_receiver;
+};
+
+// The next sender first waits for the abandoned request's answer and throws
+// it away, so that its own request gets its own answer and never the
+// earlier one's.
+TEST_F(AbandonedRequestTest, ItsAnswerIsNeverTakenForTheNextRequest)
+{
     CMsgQueueSender::SendResult eAwait = CMsgQueueSender::SEND_PLATFORM_FAILURE;
     CMsgQueueSender::SendResult eSend = CMsgQueueSender::SEND_PLATFORM_FAILURE;
     CMsgQueueSender::REPLY stuReply;
     std::thread next([&]() {
-        CMsgQueueSender sender(strWide);
+        CMsgQueueSender sender(m_strWide);
         eAwait = sender.AwaitAbandonedAnswer(NAMED_INFINITE);
-        eSend = Send(sender, orvtest::MakeJobRequest(1, 1, "B"), stuReply);
+        const std::string strRequest = orvtest::MakeJobRequest(1, 1, "B");
+        eSend = sender.Send(reinterpret_cast<const uint8_t*>(strRequest.data()), strRequest.size(), NAMED_INFINITE,
+                            stuReply);
     });
-    receiver.Release(); // the first request is answered ("AP1")
-    ASSERT_TRUE(receiver.WaitEntered());
-    receiver.Release(); // then the second ("BP1")
+    m_receiver.Release(); // the first request is answered ("AP1")
+    ASSERT_TRUE(m_receiver.WaitEntered());
+    m_receiver.Release(); // then the second ("BP1")
     next.join();
     EXPECT_EQ(CMsgQueueSender::SEND_ANSWERED, eAwait);
     ASSERT_EQ(CMsgQueueSender::SEND_ANSWERED, eSend);
     EXPECT_EQ("BP1", orvtest::ResponseId(stuReply.vecResponse.data(), 4));
-    receiver.Stop();
+    m_receiver.Stop();
 }
 
 // The abandoned answer is taken once: a second wait finds nothing to take.
-TEST_F(MsgQueueSenderTest, AnAbandonedAnswerIsTakenOnce)
+TEST_F(AbandonedRequestTest, ItsAnswerIsTakenOnce)
 {
-    const std::string strBase = orvtest::UniqueObjectBase("SenderTakenOnce");
-    orvtest::ChildReceiver receiver(strBase, "block");
-    ASSERT_TRUE(receiver.WaitReady());
-    const std::wstring strWide = orvtest::Wide(strBase);
-    CMsgQueueSender sender(strWide);
-    CMsgQueueSender::REPLY stuReply;
-    ASSERT_EQ(CMsgQueueSender::SEND_TIMED_OUT, Send(sender, orvtest::MakeJobRequest(1, 1, "A"), stuReply, 200));
-    ASSERT_TRUE(receiver.WaitEntered());
-    receiver.Release();
+    CMsgQueueSender sender(m_strWide);
+    m_receiver.Release();
     EXPECT_EQ(CMsgQueueSender::SEND_ANSWERED, sender.AwaitAbandonedAnswer(GENEROUS_MS));
     EXPECT_EQ(CMsgQueueSender::SEND_TIMED_OUT, sender.AwaitAbandonedAnswer(200));
-    receiver.Stop();
+    m_receiver.Stop();
 }
 
-TEST_F(MsgQueueSenderTest, WaitingForAnAbandonedAnswerEndsAtItsLimit)
+TEST_F(AbandonedRequestTest, WaitingForItsAnswerEndsAtTheLimit)
 {
-    const std::string strBase = orvtest::UniqueObjectBase("SenderAbandonedLimit");
-    orvtest::ChildReceiver receiver(strBase, "block");
-    ASSERT_TRUE(receiver.WaitReady());
-    const std::wstring strWide = orvtest::Wide(strBase);
-    CMsgQueueSender sender(strWide);
-    CMsgQueueSender::REPLY stuReply;
-    ASSERT_EQ(CMsgQueueSender::SEND_TIMED_OUT, Send(sender, orvtest::MakeJobRequest(1, 1, "A"), stuReply, 200));
-    ASSERT_TRUE(receiver.WaitEntered());
+    CMsgQueueSender sender(m_strWide);
     EXPECT_EQ(CMsgQueueSender::SEND_TIMED_OUT, sender.AwaitAbandonedAnswer(200));
-    receiver.Release();
-    receiver.Stop();
+    m_receiver.Release();
+    m_receiver.Stop();
 }
 
-TEST_F(MsgQueueSenderTest, WaitingForAnAbandonedAnswerEndsWhenTheReceiverIsGone)
+TEST_F(AbandonedRequestTest, WaitingForItsAnswerEndsWhenTheReceiverIsGone)
 {
-    const std::string strBase = orvtest::UniqueObjectBase("SenderAbandonedGone");
-    orvtest::ChildReceiver receiver(strBase, "block");
-    ASSERT_TRUE(receiver.WaitReady());
-    const std::wstring strWide = orvtest::Wide(strBase);
-    CMsgQueueSender sender(strWide);
-    CMsgQueueSender::REPLY stuReply;
-    ASSERT_EQ(CMsgQueueSender::SEND_TIMED_OUT, Send(sender, orvtest::MakeJobRequest(1, 1, "A"), stuReply, 200));
-    ASSERT_TRUE(receiver.WaitEntered());
+    CMsgQueueSender sender(m_strWide);
     CMsgQueueSender::SendResult eAwait = CMsgQueueSender::SEND_PLATFORM_FAILURE;
     std::thread waiter([&]() { eAwait = sender.AwaitAbandonedAnswer(NAMED_INFINITE); });
-    receiver.Process().Kill();
+    m_receiver.Process().Kill();
     waiter.join();
     EXPECT_EQ(CMsgQueueSender::SEND_NO_RECEIVER, eAwait);
 }

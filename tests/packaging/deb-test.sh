@@ -339,24 +339,7 @@ if [ $printed -eq 1 ]; then
 
   # The administrator adds two printers and two projects, one only for alice.
   cp "$service_conf" "$work/print-service.conf.installed"
-  cat >>"$service_conf" <<CONF
-
-[Service]
-AnswerTimeoutSeconds=120
-
-[Printer:P1]
-Name=Office 3F east
-Queue=office
-[Printer:P2]
-Name=Basement colour
-Queue=basement
-
-[Project:J1]
-Name=Alice's research
-Users=$alice
-[Project:J2]
-Name=General office
-CONF
+  { echo; two_printer_service_conf "$alice"; } >>"$service_conf"
   cp "$service_conf" "$work/print-service.conf.changed"
   as_user "$alice" lp -i "SecurePrint-$alice_job" -H resume >"$work/resume.out" 2>&1
   check_eq "$alice releases her job with the command from the message" 0 "$?"

@@ -24,6 +24,9 @@
 #                                  says why when useradd fails
 #   session_remove_users           removes the users made (and their channel
 #                                  folder in /tmp when it was not there before)
+#   two_printer_service_conf ALICE  a print-service.conf: printers P1
+#                                  (office), P2 (basement), projects J1
+#                                  (ALICE only), J2 (everybody)
 #   as_user USER COMMAND...        runs the command as USER in that user's
 #                                  session environment
 #   as_user_exec USER COMMAND...   the same in place of the (sub)shell:
@@ -193,4 +196,26 @@ log_of() { cat "$SESSION_WORK/home-$1/.local/state/orv-soft/log/OrvprintD.log" 2
 
 page_log_has() { # QUEUE USER JOB BILLING
   grep -qE "^$1 $2 $3 \[[^]]*\] total [0-9]+ $4 " "$PRIVATE_CUPSD_DIR/log/page_log"
+}
+
+# The service configuration both two-user tests use: two printers (office,
+# basement) and two projects, J1 only for ALICE, J2 for everybody.
+two_printer_service_conf() { # ALICE
+  cat <<CONF
+[Service]
+AnswerTimeoutSeconds=120
+
+[Printer:P1]
+Name=Office 3F east
+Queue=office
+[Printer:P2]
+Name=Basement colour
+Queue=basement
+
+[Project:J1]
+Name=Alice's research
+Users=$1
+[Project:J2]
+Name=General office
+CONF
 }

@@ -83,23 +83,7 @@ if ! private_cupsd_start "$cupsd" "$bin/orvprint" || ! private_cupsd_add_secure_
   summary_line "$name"; exit 1
 fi
 SESSION_PIDS+=("$PRIVATE_CUPSD_PID")
-cat >"$cupsd/print-service.conf" <<CONF
-[Service]
-AnswerTimeoutSeconds=120
-
-[Printer:P1]
-Name=Office 3F east
-Queue=office
-[Printer:P2]
-Name=Basement colour
-Queue=basement
-
-[Project:J1]
-Name=Alice's research
-Users=$alice
-[Project:J2]
-Name=General office
-CONF
+two_printer_service_conf "$alice" >"$cupsd/print-service.conf"
 chmod 644 "$cupsd/print-service.conf"
 
 # The desktop side: the machine registry, the administrator's Config.ini

@@ -226,8 +226,8 @@ echo "   $idle_line"
 
 # ------------------------------------------------------------------ print service
 # Figures of the secure queue with the real programs (section 3 above).
-# Each whole-road time starts at the fork of the user's lp (setpriv, env,
-# lp: the command a user types, run as the test user).
+# Each whole-road time starts just before the exec of lp as the test user
+# (the probe's child has become the user before the clock starts).
 svc_reason=
 svc_dialog_ms=n/a; svc_dialog_p90_ms=n/a; svc_dialog_first_ms=n/a
 svc_secure_ms=n/a; svc_direct_ms=n/a; svc_ratio=n/a
@@ -356,6 +356,9 @@ CONF
   svc_as_user=(setpriv --reuid="$svc_uid" --regid="$svc_gid" --init-groups
     env -i HOME="$svc/home" USER="$svc_user" LOGNAME="$svc_user" PATH=/usr/bin:/bin LANG=C.UTF-8
     CUPS_SERVER="$CUPS_SERVER")
+  # The timed lp: the probe's child becomes the user (not timed) and runs lp
+  # in this environment.
+  svc_user_env=(env -i PATH=/usr/bin:/bin LANG=C.UTF-8 CUPS_SERVER="$CUPS_SERVER" DISPLAY="$DISPLAY")
   svc_mutex=$(svc_channel_folder)/Orvprint_Popup_Dialog_MUTEX_EXISTANCE
 
   # --- 1. lp to dialog on screen, with the user's OrvprintD.
@@ -368,8 +371,8 @@ CONF
   svc_dialogs=()
   for i in $(seq 0 "$runs"); do
     done_before=$(svc_captured)
-    line=$("$bin/orv_bench_probe" window --title "$title" --may-end --timeout-ms 60000 --output "$svc/lp.out" -- \
-      "${svc_as_user[@]}" lp -d SecurePrint -t "Benchmark $i" "$svc/home/small.pdf" || true)
+    line=$("${svc_user_env[@]}" "$bin/orv_bench_probe" window --title "$title" --may-end --user "$svc_user" \
+      --timeout-ms 60000 --output "$svc/lp.out" -- lp -d SecurePrint -t "Benchmark $i" "$svc/home/small.pdf" || true)
     win=$(kv window "$line")
     [ -n "$win" ] || { echo "no dialog: $line" >&2; exit 1; }
     # lp has written its job id long before the dialog; its end is waited for all the same.
@@ -396,8 +399,8 @@ CONF
   for i in $(seq "$runs"); do
     for queue in SecurePrint office; do
       done_before=$(svc_captured)
-      line=$("$bin/orv_bench_probe" capture --dir "$svc_cupsd/capture" --timeout-ms 60000 --output "$svc/lp.out" -- \
-        "${svc_as_user[@]}" lp -d "$queue" -t "Benchmark $queue $i" "$svc/home/small.pdf" || true)
+      line=$("${svc_user_env[@]}" "$bin/orv_bench_probe" capture --dir "$svc_cupsd/capture" --user "$svc_user" \
+        --timeout-ms 60000 --output "$svc/lp.out" -- lp -d "$queue" -t "Benchmark $queue $i" "$svc/home/small.pdf" || true)
       file=$(kv file "$line")
       [ -n "$file" ] || { echo "nothing captured for $queue: $line" >&2; exit 1; }
       cmp -s "$svc/home/small.pdf" "$svc_cupsd/capture/$file" || { echo "$file differs from the document" >&2; exit 1; }
@@ -670,8 +673,9 @@ How the figures are taken:
   policy \`orvprint\`) and a capture printer \`office\` (a shell backend that
   copies each job into a folder as FILE.part and renames it to FILE when it
   is complete); the service configuration offers that printer and one
-  project. Each time starts at the fork of the user's \`lp\` (\`setpriv\` to
-  the test user, \`env\`, \`lp\`: three execs, about 2 ms).
+  project. Each time starts just before the exec of the user's \`lp\`: the
+  probe forks, the child becomes the test user (groups, group, user; not
+  timed), and the clock starts as the probe lets it exec \`lp\`.
   - \`lp\` to dialog: the user's real OrvprintD (logging as shipped) on the
     private Xvfb; the time ends when the window "$title" is mapped (the
     MapNotify that an X client, \`orv_bench_probe window\`, receives; painting

@@ -17,6 +17,10 @@
 //       --may-end PROGRAM may end first (lp hands the job on), unless it
 //       fails.
 //
+//   window and capture take --user NAME: PROGRAM runs as that user, and the
+//   time starts when the probe's child has become the user and goes on to
+//   exec PROGRAM (the change of user is not timed).
+//
 //   capture --dir DIR [--timeout-ms N] -- PROGRAM [ARGS...]
 //       Watches the folder DIR (inotify), starts PROGRAM and prints done_ms
 //       (from the exec until a file is renamed into DIR, or written and
@@ -42,6 +46,8 @@
 //       ticks) and cpu_exact_ms from the threads' schedstat (nanoseconds).
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/inotify.h>
 #include <sys/ptrace.h>
@@ -82,6 +88,7 @@ struct CArgs {
     std::string strDir;
     std::string strOutput;
     std::string strArgv0;
+    std::string strUser;
     bool bMayEnd = false;
     int iPid = -1;
     int iSeconds = 60;
@@ -93,8 +100,8 @@ int Usage()
 {
     std::fprintf(stderr,
                  "usage: orv_bench_probe serve --lock FILE [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
-                 "       orv_bench_probe window --title TITLE [--may-end] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
-                 "       orv_bench_probe capture --dir DIR [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
+                 "       orv_bench_probe window --title TITLE [--may-end] [--user NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
+                 "       orv_bench_probe capture --dir DIR [--user NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
                  "       orv_bench_probe peak [--argv0 NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
                  "       orv_bench_probe idle --pid PID [--seconds S]\n");
     return 2;
@@ -122,6 +129,8 @@ bool ParseArgs(int argc, char** argv, CArgs& args)
             args.strOutput = argv[++i];
         } else if (strArg == "--argv0" && bHasValue) {
             args.strArgv0 = argv[++i];
+        } else if (strArg == "--user" && bHasValue) {
+            args.strUser = argv[++i];
         } else if (strArg == "--may-end") {
             args.bMayEnd = true;
         } else if (strArg == "--pid" && bHasValue) {
@@ -137,12 +146,34 @@ bool ParseArgs(int argc, char** argv, CArgs& args)
     return true;
 }
 
-// Starts the program; the time of the fork is the start. Its standard
-// output goes to /dev/null (or the --output file): the probe's own output is
-// often read through a pipe, which a program left running must not hold
-// open. bTraced: the probe traces the program from its exec on.
-pid_t Start(const CArgs& args, bool bTraced = false)
+// In the forked child: becomes the user for good (groups, group, user;
+// HOME, USER and LOGNAME as the user's). False when that failed.
+bool BecomeUser(const std::string& strUser)
 {
+    const struct passwd* pPw = getpwnam(strUser.c_str());
+    if (!pPw || initgroups(pPw->pw_name, pPw->pw_gid) != 0 || setresgid(pPw->pw_gid, pPw->pw_gid, pPw->pw_gid) != 0 ||
+        setresuid(pPw->pw_uid, pPw->pw_uid, pPw->pw_uid) != 0) {
+        return false;
+    }
+    setenv("HOME", pPw->pw_dir, 1);
+    setenv("USER", pPw->pw_name, 1);
+    setenv("LOGNAME", pPw->pw_name, 1);
+    return true;
+}
+
+// Starts the program; the time of the fork is the start (*pStart). Its
+// standard output goes to /dev/null (or the --output file): the probe's own
+// output is often read through a pipe, which a program left running must not
+// hold open. bTraced: the probe traces the program from its exec on. With
+// --user the forked child first becomes that user, and the start is when it
+// is let go on to its exec: the change of user is not timed.
+pid_t Start(const CArgs& args, bool bTraced = false, Clock::time_point* pStart = nullptr)
+{
+    int aiReady[2] = {-1, -1};
+    int aiGo[2] = {-1, -1};
+    if (!args.strUser.empty() && (pipe2(aiReady, O_CLOEXEC) != 0 || pipe2(aiGo, O_CLOEXEC) != 0)) {
+        return -1;
+    }
     std::vector<char*> vecArgv;
     for (const std::string& s : args.vecProgram) {
         vecArgv.push_back(const_cast<char*>(s.c_str()));
@@ -151,8 +182,17 @@ pid_t Start(const CArgs& args, bool bTraced = false)
     if (!args.strArgv0.empty()) {
         vecArgv[0] = const_cast<char*>(args.strArgv0.c_str());
     }
+    if (pStart) {
+        *pStart = Clock::now();
+    }
     const pid_t pid = fork();
     if (pid == 0) {
+        if (!args.strUser.empty()) {
+            char chGo = 0;
+            if (!BecomeUser(args.strUser) || write(aiReady[1], "R", 1) != 1 || read(aiGo[0], &chGo, 1) != 1) {
+                _exit(126);
+            }
+        }
         const int iOut = args.strOutput.empty() ? open("/dev/null", O_WRONLY)
                                                 : open(args.strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         if (iOut >= 0) {
@@ -165,6 +205,20 @@ pid_t Start(const CArgs& args, bool bTraced = false)
         execvp(args.vecProgram[0].c_str(), vecArgv.data());
         std::perror(vecArgv[0]);
         _exit(127);
+    }
+    if (!args.strUser.empty()) {
+        close(aiReady[1]);
+        close(aiGo[0]);
+        char chReady = 0;
+        const bool bReady = pid > 0 && read(aiReady[0], &chReady, 1) == 1;
+        if (pStart) {
+            *pStart = Clock::now();
+        }
+        if (bReady) {
+            (void)!write(aiGo[1], "G", 1);
+        }
+        close(aiReady[0]);
+        close(aiGo[1]);
     }
     return pid;
 }
@@ -290,8 +344,8 @@ int WindowProbe(const CArgs& args)
     XSelectInput(pDisplay, root, SubstructureNotifyMask);
     XSync(pDisplay, False);
 
-    const Clock::time_point tpStart = Clock::now();
-    const pid_t pid = Start(args);
+    Clock::time_point tpStart = Clock::now();
+    const pid_t pid = Start(args, false, &tpStart);
     if (pid < 0) {
         std::perror("fork");
         return 1;
@@ -513,8 +567,8 @@ int CaptureProbe(const CArgs& args)
         std::printf("error=no_watch\n");
         return 1;
     }
-    const Clock::time_point tpStart = Clock::now();
-    const pid_t pid = Start(args);
+    Clock::time_point tpStart = Clock::now();
+    const pid_t pid = Start(args, false, &tpStart);
     if (pid < 0) {
         std::perror("fork");
         return 1;

@@ -187,17 +187,18 @@ pid_t Start(const CArgs& args, bool bTraced = false, Clock::time_point* pStart =
     }
     const pid_t pid = fork();
     if (pid == 0) {
-        if (!args.strUser.empty()) {
-            char chGo = 0;
-            if (!BecomeUser(args.strUser) || write(aiReady[1], "R", 1) != 1 || read(aiGo[0], &chGo, 1) != 1) {
-                _exit(126);
-            }
-        }
+        // The output file is the probe's (opened before the change of user).
         const int iOut = args.strOutput.empty() ? open("/dev/null", O_WRONLY)
                                                 : open(args.strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         if (iOut >= 0) {
             dup2(iOut, STDOUT_FILENO);
             close(iOut);
+        }
+        if (!args.strUser.empty()) {
+            char chGo = 0;
+            if (!BecomeUser(args.strUser) || write(aiReady[1], "R", 1) != 1 || read(aiGo[0], &chGo, 1) != 1) {
+                _exit(126);
+            }
         }
         if (bTraced && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
             _exit(126);

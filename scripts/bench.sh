@@ -231,6 +231,7 @@ echo "   $idle_line"
 svc_reason=
 svc_dialog_ms=n/a; svc_dialog_p90_ms=n/a; svc_dialog_first_ms=n/a
 svc_secure_ms=n/a; svc_direct_ms=n/a; svc_ratio=n/a
+svc_own_ms=n/a; svc_own_copy_ms=n/a; svc_to_backend_ms=n/a; svc_forward_ms=n/a
 svc_root_mb=n/a; svc_worker_mb=n/a; svc_root_max_mb=n/a; svc_worker_max_mb=n/a; svc_peak_mb=n/a
 svc_doc_kb=n/a; svc_small_kb=n/a
 # shellcheck source=scripts/private-cupsd.sh
@@ -415,21 +416,58 @@ CONF
   echo "   secure $svc_secure_ms ms (runs: ${svc_secure[*]})"
   echo "   direct $svc_direct_ms ms (runs: ${svc_direct[*]}); ratio $svc_ratio"
 
+  # The backend run by hand as the scheduler runs it (root, argv[0]
+  # orvprint:/, job id, user, title, copies, options, file, and the
+  # scheduler's variables into the private set-up), for a held job of the
+  # user's: the backend asks the scheduler where the job came from.
+  svc_backend_env=(env -i PATH=/usr/bin:/bin DEVICE_URI=orvprint:/ PRINTER=SecurePrint CONTENT_TYPE=application/pdf
+    CUPS_SERVER="$CUPS_SERVER" CUPS_SERVERROOT="$svc_cupsd" CUPS_SERVERBIN="$svc_cupsd/serverbin"
+    ORVPRINT_SERVICE_CONF="$svc_cupsd/print-service.conf" ORVPRINT_SERVICE_STATE_DIR="$svc_state"
+    ORVPRINT_ACCOUNTING_LOG="$svc_accounting")
+  svc_held() { # FILE TITLE: submits FILE held as the user; prints the job id
+    "${svc_as_user[@]}" lp -d SecurePrint -H indefinite -t "$2" "$1" >"$svc/lp.out"
+    svc_job_id "$svc/lp.out"
+  }
+
+  # --- 2b. The secure road taken apart, the small PDF: the backend by hand
+  # from its exec until it ended (the job forwarded), and until the
+  # printer's copy is complete.
+  echo "== print service: the secure road taken apart ($runs runs each)"
+  held=$(svc_held "$svc/home/small.pdf" "Benchmark held")
+  install -m 0600 "$svc/home/small.pdf" "$svc/spool/small"
+  svc_own=(); svc_own_copy=()
+  for i in $(seq "$runs"); do
+    done_before=$(svc_captured)
+    out=$("${svc_backend_env[@]}" "$bin/orv_bench_probe" peak --argv0 orvprint:/ --timeout-ms 60000 -- \
+      "$svc_cupsd/serverbin/backend/orvprint" "$held" "$svc_user" "Benchmark held" 1 "" "$svc/spool/small" \
+      2>"$svc/backend.err" || true)
+    grep -q '^exit=0 ' <<<"$out" || { echo "the backend failed: $out $(cat "$svc/backend.err")" >&2; exit 1; }
+    svc_own+=("$(sed -n 's/^exit=0 ms=//p' <<<"$out")")
+    svc_wait_done $((done_before + 1)) || { echo "the forwarded job was not captured" >&2; exit 1; }
+    done_before=$(svc_captured)
+    line=$("${svc_backend_env[@]}" "$bin/orv_bench_probe" capture --dir "$svc_cupsd/capture" --argv0 orvprint:/ \
+      --timeout-ms 60000 -- "$svc_cupsd/serverbin/backend/orvprint" "$held" "$svc_user" "Benchmark held" 1 "" \
+      "$svc/spool/small" 2>"$svc/backend.err" || true)
+    [ -n "$(kv done_ms "$line")" ] || { echo "nothing captured: $line" >&2; exit 1; }
+    svc_own_copy+=("$(kv done_ms "$line")")
+    svc_wait_done $((done_before + 1)) || { echo "the forwarded job was not captured" >&2; exit 1; }
+  done
+  lprm -P SecurePrint "$held" 2>/dev/null || true
+  svc_own_ms=$(printf '%s\n' "${svc_own[@]}" | median)
+  svc_own_copy_ms=$(printf '%s\n' "${svc_own_copy[@]}" | median)
+  svc_to_backend_ms=$(awk -v a="$svc_secure_ms" -v b="$svc_own_copy_ms" 'BEGIN { printf "%.1f", a - b }')
+  svc_forward_ms=$(awk -v a="$svc_own_copy_ms" -v b="$svc_own_ms" 'BEGIN { printf "%.1f", a - b }')
+  echo "   backend by hand: $svc_own_ms ms until it ended, $svc_own_copy_ms ms until the copy was complete"
+
   # --- 3. The backend's peak resident memory on the 500-page PDF: run as
   # cupsd runs it, on a held job of the user's (the backend asks the
   # scheduler where the job came from), the stand-in receiver answering.
   echo "== print service: backend peak resident memory, 500-page PDF ($runs runs)"
-  "${svc_as_user[@]}" lp -d SecurePrint -H indefinite -t "Benchmark large" "$svc/home/large.pdf" >"$svc/lp.out"
-  held=$(svc_job_id "$svc/lp.out")
-  [ "$(private_cupsd_wait_for_job "$held" held 30)" = held ] || true
+  held=$(svc_held "$svc/home/large.pdf" "Benchmark large")
   svc_roots=(); svc_workers=()
   for i in $(seq "$runs"); do
     done_before=$(svc_captured)
-    out=$(env -i PATH=/usr/bin:/bin DEVICE_URI=orvprint:/ PRINTER=SecurePrint CONTENT_TYPE=application/pdf \
-      CUPS_SERVER="$CUPS_SERVER" CUPS_SERVERROOT="$svc_cupsd" CUPS_SERVERBIN="$svc_cupsd/serverbin" \
-      ORVPRINT_SERVICE_CONF="$svc_cupsd/print-service.conf" ORVPRINT_SERVICE_STATE_DIR="$svc_state" \
-      ORVPRINT_ACCOUNTING_LOG="$svc_accounting" \
-      "$bin/orv_bench_probe" peak --argv0 orvprint:/ --timeout-ms 120000 -- "$svc_cupsd/serverbin/backend/orvprint" \
+    out=$("${svc_backend_env[@]}" "$bin/orv_bench_probe" peak --argv0 orvprint:/ --timeout-ms 120000 -- "$svc_cupsd/serverbin/backend/orvprint" \
       "$held" "$svc_user" "Benchmark large" 1 "" "$svc/spool/d00001-001" 2>"$svc/backend.err" || true)
     if ! grep -q '^exit=0 ' <<<"$out" || ! grep -q '^INFO: Sent to office ' "$svc/backend.err"; then
       echo "the backend did not forward the job: $out $(cat "$svc/backend.err")" >&2; exit 1
@@ -450,6 +488,8 @@ CONF
     echo "lp to dialog on screen, ms (first job after start, then the runs): $svc_dialog_first_ms ${svc_dialogs[*]}"
     echo "lp to captured copy, secure queue with the stand-in receiver, ms: ${svc_secure[*]}"
     echo "lp to captured copy, capture printer directly, ms: ${svc_direct[*]}"
+    echo "backend by hand, small PDF, exec until it ended, ms: ${svc_own[*]}"
+    echo "backend by hand, small PDF, exec until the copy was complete, ms: ${svc_own_copy[*]}"
     echo "backend on the 500-page PDF ($svc_doc_kb kB), VmHWM of the root part, kB: ${svc_roots[*]}"
     echo "backend on the 500-page PDF, VmHWM of the worker, kB: ${svc_workers[*]}"
   } >"$results/service-road.txt"
@@ -559,9 +599,9 @@ if awk -v a="${load_start%% *}" -v n="$cpus" 'BEGIN { exit !(a > n / 2) }'; then
   machine for the real table."
 fi
 # Where the page count's time goes when it misses its target.
-pc_missed_note=
+missed_notes=
 if [ "$(verdict "$pc_judged_ms" "<" 50)" = "**missed**" ]; then
-  pc_missed_note="- Page count of a 500-page PDF: \`CPageCounter\` hands qpdf a stdio \`FILE\`
+  missed_notes="- Page count of a 500-page PDF: \`CPageCounter\` hands qpdf a stdio \`FILE\`
   on the job's descriptor (\`QPDF::processFile\`). qpdf asks that stream for its
   position and seeks for every object it resolves, and each seek throws the
   stream's buffer away: for the text PDF (about 1,000 objects behind a plain
@@ -577,6 +617,24 @@ if [ "$(verdict "$pc_judged_ms" "<" 50)" = "**missed**" ]; then
   or through a qpdf input source that reads with \`pread\` into a buffer of
   its own would bring the count far under the target; \`CPageCounter\` is
   unchanged here."
+fi
+# Where the secure road's time goes when it misses its target.
+if [ "$(verdict "$svc_ratio" "<=" 2.0)" = "**missed**" ]; then
+  missed_notes="$missed_notes
+- Secure queue beside the capture printer: the secure road holds two passes
+  through the scheduler (the user's job to the secure queue, then the
+  forwarded job to the printer), each of them close to a whole direct road
+  ($svc_direct_ms ms), and the backend's own work between them. Taken apart
+  in this run (the backend run by hand on a held job, medians): about
+  $svc_to_backend_ms ms from \`lp\` until the backend starts, $svc_own_ms ms of
+  the backend until it ended (the configuration, two questions to the
+  scheduler about the job's origin and the queue's policy, the worker's
+  fork, change of user, page count, the printers' job counts and the
+  request through the channel, then the job forwarded by IPP: Create-Job
+  and Send-Document), and about $svc_forward_ms ms from the forwarded job to
+  the complete copy. The two passes alone come to about two direct roads,
+  so at 2.0 × the backend's own part would have to fit into what the second
+  pass saves (no \`lp\` start-up, a connection already open): it does not."
 fi
 svc_note=
 if [ -n "$svc_reason" ]; then
@@ -622,7 +680,7 @@ $svc_note
 | launcher cycle with 50 extra processes | $launcher50_ms ms | — | — |
 | launcher cycle with 500 extra processes | $launcher500_ms ms ($listed500 processes listed; bare /proc scan $scan500_ms ms, with each /proc/PID/stat read $scan_stat500_ms ms) | under 5 ms | $(verdict "$launcher500_ms" "<" 5) |
 | print service: \`lp\` to dialog on screen (secure queue, the user's OrvprintD, $svc_small_kb kB PDF) | p50 $svc_dialog_ms ms, p90 $svc_dialog_p90_ms ms (first job after the scheduler and OrvprintD started: $svc_dialog_first_ms ms) | p50 under 300 ms | $(verdict "$svc_dialog_ms" "<" 300) |
-| print service: \`lp\` to the printer's complete copy, secure queue (receiver answering at once) beside the capture printer directly | $(num "$svc_ratio" 1 2) × (secure $svc_secure_ms ms, direct $svc_direct_ms ms) | at most 2.0 × | $(verdict "$svc_ratio" "<=" 2.0) |
+| print service: \`lp\` to the printer's complete copy, secure queue (receiver answering at once) beside the capture printer directly | $(num "$svc_ratio" 1 2) × (secure $svc_secure_ms ms, direct $svc_direct_ms ms; the secure road taken apart: to the backend's start about $svc_to_backend_ms ms, the backend until it ended $svc_own_ms ms, the forwarded job to the complete copy about $svc_forward_ms ms) | at most 2.0 × | $(verdict "$svc_ratio" "<=" 2.0) |
 | print service: page count of a 500-page PDF (\`CPageCounter\`, qpdf) | $pc_text_ms ms, a line of text on each page, $pc_text_kb kB (empty pages, $pc_empty_kb kB: $pc_empty_ms ms; object streams, $pc_objstm_kb kB: $pc_objstm_ms ms) | under 50 ms | $(verdict "$pc_judged_ms" "<" 50) |
 | print service: backend peak resident memory (VmHWM) beside the document, 500-page PDF | root part $svc_root_mb MB, worker $svc_worker_mb MB (at most $svc_root_max_mb / $svc_worker_max_mb MB; the document, $svc_doc_kb kB, is not held in memory) | under 30 MB each | $(verdict "$svc_peak_mb" "<" 30) |
 
@@ -691,7 +749,11 @@ How the figures are taken:
     \`office\`, in turn, $runs times each; the time ends when the capture
     printer renames its complete copy into place (inotify,
     \`orv_bench_probe capture\`), and each copy is compared with the
-    document. Medians.
+    document. Medians. Taken apart: the backend run by hand as below on a
+    held job of the same PDF, from its exec until it ended (the job
+    forwarded; \`orv_bench_probe peak\`) and until the copy was complete
+    (\`orv_bench_probe capture\`); the time to the backend's start is the
+    secure road less the latter.
   - Backend memory: \`orvprint\` run by hand as the scheduler runs it (root,
     argv[0] \`orvprint:/\`, job id, user, title, copies, options, file;
     DEVICE_URI, PRINTER, CONTENT_TYPE, CUPS_SERVER, CUPS_SERVERROOT,
@@ -709,7 +771,7 @@ How the figures are taken:
 
 Where a target is missed:
 
-$pc_missed_note
+$missed_notes
 - Channel round trip through \`CMsgQueueSender\` (the sender of
   \`orvprint-send\` and the tests): besides the protocol's steps it takes
   and gives back the senders' named mutex around each request (so that two

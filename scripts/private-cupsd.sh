@@ -23,10 +23,13 @@
 #
 # Functions (each returns non-zero and says why on standard error):
 #   private_cupsd_missing_reason           empty when this machine can run one
-#   private_cupsd_start FOLDER BACKEND     starts cupsd -f in the background,
+#   private_cupsd_start FOLDER BACKEND [NAME=VALUE...]
+#                                          starts cupsd -f in the background,
 #                                          waits (at most 30 s) until it answers
 #                                          on its socket; exports CUPS_SERVER;
-#                                          PRIVATE_CUPSD_PID is its process id
+#                                          PRIVATE_CUPSD_PID is its process id;
+#                                          each NAME=VALUE is one more SetEnv
+#                                          for the backends
 #   private_cupsd_add_secure_queue [NAME]  lpadmin -p NAME (SecurePrint) -E
 #                                          -v orvprint:/ -m raw
 #                                          -o printer-op-policy=orvprint
@@ -74,8 +77,9 @@ private_cupsd_missing_reason() {
   fi
 }
 
-private_cupsd_start() { # FOLDER BACKEND
-  local dir=$1 backend=$2 entry
+private_cupsd_start() { # FOLDER BACKEND [NAME=VALUE...]
+  local dir=$1 backend=$2 entry pair
+  shift 2
   if [ ! -d "$dir" ]; then echo "private cupsd: no folder $dir" >&2; return 1; fi
   if [ ! -f "$backend" ]; then echo "private cupsd: no backend $backend" >&2; return 1; fi
   if [ ! -f "$PRIVATE_CUPSD_POLICY" ]; then echo "private cupsd: no policy $PRIVATE_CUPSD_POLICY" >&2; return 1; fi
@@ -128,6 +132,7 @@ SetEnv ORVPRINT_SERVICE_STATE_DIR $dir/service-state
 SetEnv ORVPRINT_ACCOUNTING_LOG $dir/accounting/accounting.jsonl
 SetEnv ASAN_OPTIONS detect_leaks=0
 CONF
+  for pair in "$@"; do printf 'SetEnv %s %s\n' "${pair%%=*}" "${pair#*=}" >>"$dir/cups-files.conf"; done
   chmod 0644 "$dir/cupsd.conf" "$dir/cups-files.conf"
   # A later SetEnv of a variable replaces the earlier one.
   if [ -n "$PRIVATE_CUPSD_SERVICE_CONF" ]; then

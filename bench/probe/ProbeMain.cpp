@@ -1,18 +1,40 @@
 // orv_bench_probe: whole-process measurements of the built programs for
 // scripts/bench.sh. Each command prints one line of key=value pairs.
 //
-// The programs started keep running after the probe has ended; their
-// standard output is discarded.
+// The programs started keep running after the probe has ended (but for
+// peak's); their standard output is discarded, or written into FILE with
+// --output FILE.
 //
 //   serve --lock FILE [--timeout-ms N] -- PROGRAM [ARGS...]
 //       Starts PROGRAM and prints serving_ms (from the exec until a process
 //       holds an flock on FILE, seen through /proc/PID/fdinfo without
 //       touching the lock) and pid. PROGRAM keeps running.
 //
-//   window --title TITLE [--timeout-ms N] -- PROGRAM [ARGS...]
+//   window --title TITLE [--may-end] [--timeout-ms N] -- PROGRAM [ARGS...]
 //       Watches the X display ($DISPLAY) for windows being mapped, starts
 //       PROGRAM and prints mapped_ms (from the exec until a window named
-//       TITLE is mapped), window and pid. PROGRAM keeps running.
+//       TITLE is mapped), window and pid. PROGRAM keeps running. With
+//       --may-end PROGRAM may end first (lp hands the job on), unless it
+//       fails.
+//
+//   window and capture take --user NAME: PROGRAM runs as that user, and the
+//   time starts when the probe's child has become the user and goes on to
+//   exec PROGRAM (the change of user is not timed).
+//
+//   capture --dir DIR [--timeout-ms N] -- PROGRAM [ARGS...]
+//       Watches the folder DIR (inotify), starts PROGRAM and prints done_ms
+//       (from the exec until a file is renamed into DIR, or written and
+//       closed there, under a name that does not end in .part or .args: a
+//       capture printer's finished copy), file and pid.
+//
+//   peak [--argv0 NAME] [--timeout-ms N] -- PROGRAM [ARGS...]
+//       Runs PROGRAM (argv[0] NAME) to its end, following its forks
+//       (ptrace), and prints for each of its processes, while it is stopped
+//       at its exit, one line "process pid=P ppid=Q uid=U hwm_kb=K
+//       rss_kb=R": the peak resident size (VmHWM) and the resident size
+//       then (VmRSS) of /proc/PID/status; then "exit=CODE ms=T". PROGRAM's
+//       standard error is the probe's. Out of time, the probe ends and
+//       PROGRAM with it.
 //
 //   idle --pid PID [--seconds S]
 //       Watches a running process for S seconds (default 60) and prints its
@@ -24,7 +46,11 @@
 //       ticks) and cpu_exact_ms from the threads' schedstat (nanoseconds).
 #include <dirent.h>
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <signal.h>
+#include <sys/inotify.h>
+#include <sys/ptrace.h>
 #include <sys/select.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -59,6 +85,11 @@ struct CArgs {
     std::string strCommand;
     std::string strLock;
     std::string strTitle;
+    std::string strDir;
+    std::string strOutput;
+    std::string strArgv0;
+    std::string strUser;
+    bool bMayEnd = false;
     int iPid = -1;
     int iSeconds = 60;
     int iTimeoutMs = 20000;
@@ -68,8 +99,10 @@ struct CArgs {
 int Usage()
 {
     std::fprintf(stderr,
-                 "usage: orv_bench_probe serve --lock FILE [--timeout-ms N] -- PROGRAM [ARGS...]\n"
-                 "       orv_bench_probe window --title TITLE [--timeout-ms N] -- PROGRAM [ARGS...]\n"
+                 "usage: orv_bench_probe serve --lock FILE [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
+                 "       orv_bench_probe window --title TITLE [--may-end] [--user NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
+                 "       orv_bench_probe capture --dir DIR [--user NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
+                 "       orv_bench_probe peak [--argv0 NAME] [--timeout-ms N] [--output FILE] -- PROGRAM [ARGS...]\n"
                  "       orv_bench_probe idle --pid PID [--seconds S]\n");
     return 2;
 }
@@ -90,6 +123,16 @@ bool ParseArgs(int argc, char** argv, CArgs& args)
             args.strLock = argv[++i];
         } else if (strArg == "--title" && bHasValue) {
             args.strTitle = argv[++i];
+        } else if (strArg == "--dir" && bHasValue) {
+            args.strDir = argv[++i];
+        } else if (strArg == "--output" && bHasValue) {
+            args.strOutput = argv[++i];
+        } else if (strArg == "--argv0" && bHasValue) {
+            args.strArgv0 = argv[++i];
+        } else if (strArg == "--user" && bHasValue) {
+            args.strUser = argv[++i];
+        } else if (strArg == "--may-end") {
+            args.bMayEnd = true;
         } else if (strArg == "--pid" && bHasValue) {
             args.iPid = std::atoi(argv[++i]);
         } else if (strArg == "--seconds" && bHasValue) {
@@ -103,26 +146,80 @@ bool ParseArgs(int argc, char** argv, CArgs& args)
     return true;
 }
 
-// Starts the program; the time of the fork is the start. Its standard
-// output goes to /dev/null: the probe's own output is often read through a
-// pipe, which a program left running must not hold open.
-pid_t Start(const std::vector<std::string>& vecProgram)
+// In the forked child: becomes the user for good (groups, group, user;
+// HOME, USER and LOGNAME as the user's). False when that failed.
+bool BecomeUser(const std::string& strUser)
 {
+    const struct passwd* pPw = getpwnam(strUser.c_str());
+    if (!pPw || initgroups(pPw->pw_name, pPw->pw_gid) != 0 || setresgid(pPw->pw_gid, pPw->pw_gid, pPw->pw_gid) != 0 ||
+        setresuid(pPw->pw_uid, pPw->pw_uid, pPw->pw_uid) != 0) {
+        return false;
+    }
+    setenv("HOME", pPw->pw_dir, 1);
+    setenv("USER", pPw->pw_name, 1);
+    setenv("LOGNAME", pPw->pw_name, 1);
+    return true;
+}
+
+// Starts the program; the time of the fork is the start (*pStart). Its
+// standard output goes to /dev/null (or the --output file): the probe's own
+// output is often read through a pipe, which a program left running must not
+// hold open. bTraced: the probe traces the program from its exec on. With
+// --user the forked child first becomes that user, and the start is when it
+// is let go on to its exec: the change of user is not timed.
+pid_t Start(const CArgs& args, bool bTraced = false, Clock::time_point* pStart = nullptr)
+{
+    int aiReady[2] = {-1, -1};
+    int aiGo[2] = {-1, -1};
+    if (!args.strUser.empty() && (pipe2(aiReady, O_CLOEXEC) != 0 || pipe2(aiGo, O_CLOEXEC) != 0)) {
+        return -1;
+    }
     std::vector<char*> vecArgv;
-    for (const std::string& s : vecProgram) {
+    for (const std::string& s : args.vecProgram) {
         vecArgv.push_back(const_cast<char*>(s.c_str()));
     }
     vecArgv.push_back(nullptr);
+    if (!args.strArgv0.empty()) {
+        vecArgv[0] = const_cast<char*>(args.strArgv0.c_str());
+    }
+    if (pStart) {
+        *pStart = Clock::now();
+    }
     const pid_t pid = fork();
     if (pid == 0) {
-        const int iNull = open("/dev/null", O_WRONLY);
-        if (iNull >= 0) {
-            dup2(iNull, STDOUT_FILENO);
-            close(iNull);
+        // The output file is the probe's (opened before the change of user).
+        const int iOut = args.strOutput.empty() ? open("/dev/null", O_WRONLY)
+                                                : open(args.strOutput.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (iOut >= 0) {
+            dup2(iOut, STDOUT_FILENO);
+            close(iOut);
         }
-        execvp(vecArgv[0], vecArgv.data());
+        if (!args.strUser.empty()) {
+            char chGo = 0;
+            if (!BecomeUser(args.strUser) || write(aiReady[1], "R", 1) != 1 || read(aiGo[0], &chGo, 1) != 1) {
+                _exit(126);
+            }
+        }
+        if (bTraced && ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            _exit(126);
+        }
+        execvp(args.vecProgram[0].c_str(), vecArgv.data());
         std::perror(vecArgv[0]);
         _exit(127);
+    }
+    if (!args.strUser.empty()) {
+        close(aiReady[1]);
+        close(aiGo[0]);
+        char chReady = 0;
+        const bool bReady = pid > 0 && read(aiReady[0], &chReady, 1) == 1;
+        if (pStart) {
+            *pStart = Clock::now();
+        }
+        if (bReady) {
+            (void)!write(aiGo[1], "G", 1);
+        }
+        close(aiReady[0]);
+        close(aiGo[1]);
     }
     return pid;
 }
@@ -183,7 +280,7 @@ int Serve(const CArgs& args)
     const std::string strLockPath = RealPath(strFolder) + args.strLock.substr(uiSlash == std::string::npos ? 0 : uiSlash);
 
     const Clock::time_point tpStart = Clock::now();
-    const pid_t pid = Start(args.vecProgram);
+    const pid_t pid = Start(args);
     if (pid < 0) {
         std::perror("fork");
         return 1;
@@ -248,13 +345,14 @@ int WindowProbe(const CArgs& args)
     XSelectInput(pDisplay, root, SubstructureNotifyMask);
     XSync(pDisplay, False);
 
-    const Clock::time_point tpStart = Clock::now();
-    const pid_t pid = Start(args.vecProgram);
+    Clock::time_point tpStart = Clock::now();
+    const pid_t pid = Start(args, false, &tpStart);
     if (pid < 0) {
         std::perror("fork");
         return 1;
     }
     const int iFd = ConnectionNumber(pDisplay);
+    bool bEnded = false;
     for (;;) {
         while (XPending(pDisplay)) {
             XEvent event;
@@ -278,9 +376,13 @@ int WindowProbe(const CArgs& args)
                 return 0;
             }
         }
-        if (HasEnded(pid)) {
-            std::printf("error=ended_early pid=%d\n", static_cast<int>(pid));
-            return 1;
+        int iStatus = 0;
+        if (!bEnded && waitpid(pid, &iStatus, WNOHANG) == pid) {
+            bEnded = true;
+            if (!args.bMayEnd || !WIFEXITED(iStatus) || WEXITSTATUS(iStatus) != 0) {
+                std::printf("error=ended_early pid=%d\n", static_cast<int>(pid));
+                return 1;
+            }
         }
         const double dLeft = args.iTimeoutMs - MillisecondsSince(tpStart);
         if (dLeft <= 0) {
@@ -442,6 +544,142 @@ int Idle(const CArgs& args)
     return 0;
 }
 
+
+// The name of a finished copy in a capture printer's folder: not its .part
+// while it is written, not its .args.
+bool IsFinishedCopy(const std::string& strName)
+{
+    for (const std::string strEnd : {".part", ".args"}) {
+        if (strName.size() >= strEnd.size() &&
+            strName.compare(strName.size() - strEnd.size(), strEnd.size(), strEnd) == 0) {
+            return false;
+        }
+    }
+    return !strName.empty();
+}
+
+int CaptureProbe(const CArgs& args)
+{
+    if (args.strDir.empty() || args.vecProgram.empty()) {
+        return Usage();
+    }
+    const int iNotify = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    if (iNotify < 0 || inotify_add_watch(iNotify, args.strDir.c_str(), IN_MOVED_TO | IN_CLOSE_WRITE) < 0) {
+        std::printf("error=no_watch\n");
+        return 1;
+    }
+    Clock::time_point tpStart = Clock::now();
+    const pid_t pid = Start(args, false, &tpStart);
+    if (pid < 0) {
+        std::perror("fork");
+        return 1;
+    }
+    bool bEnded = false;
+    for (;;) {
+        alignas(struct inotify_event) char achEvents[8192];
+        const ssize_t iRead = read(iNotify, achEvents, sizeof(achEvents));
+        for (ssize_t iAt = 0; iAt < iRead;) {
+            const struct inotify_event* pEvent = reinterpret_cast<const struct inotify_event*>(achEvents + iAt);
+            iAt += static_cast<ssize_t>(sizeof(struct inotify_event) + pEvent->len);
+            const std::string strName = pEvent->len ? pEvent->name : "";
+            if (IsFinishedCopy(strName)) {
+                std::printf("done_ms=%.2f file=%s pid=%d\n", MillisecondsSince(tpStart), strName.c_str(),
+                            static_cast<int>(pid));
+                close(iNotify);
+                return 0;
+            }
+        }
+        int iStatus = 0;
+        if (!bEnded && waitpid(pid, &iStatus, WNOHANG) == pid) {
+            bEnded = true;
+            if (!WIFEXITED(iStatus) || WEXITSTATUS(iStatus) != 0) {
+                std::printf("error=program_failed pid=%d\n", static_cast<int>(pid));
+                close(iNotify);
+                return 1;
+            }
+        }
+        if (MillisecondsSince(tpStart) > args.iTimeoutMs) {
+            std::printf("error=timeout pid=%d\n", static_cast<int>(pid));
+            close(iNotify);
+            return 1;
+        }
+        fd_set fds;
+        FD_ZERO(&fds);
+        FD_SET(iNotify, &fds);
+        timeval tv{0, 20000}; // wake now and then to notice the program's end
+        select(iNotify + 1, &fds, nullptr, nullptr, &tv);
+    }
+}
+
+// The first number of a "Key:" line of /proc/PID/status; -1 when absent.
+long StatusNumber(pid_t pid, const char* szKey)
+{
+    long lValue = -1;
+    return ReadStatusKb(pid, szKey, lValue) ? lValue : -1;
+}
+
+int PeakProbe(const CArgs& args)
+{
+    if (args.vecProgram.empty()) {
+        return Usage();
+    }
+    // Out of time the probe ends, and its tracees with it (EXITKILL).
+    alarm(static_cast<unsigned>((args.iTimeoutMs + 999) / 1000));
+    const Clock::time_point tpStart = Clock::now();
+    const pid_t pidMain = Start(args, true);
+    if (pidMain < 0) {
+        std::perror("fork");
+        return 1;
+    }
+    // The first stop is after the exec. From there on forks are followed,
+    // and every process stops once more just before it ends.
+    int iStatus = 0;
+    if (waitpid(pidMain, &iStatus, 0) != pidMain || !WIFSTOPPED(iStatus)) {
+        std::printf("error=not_started\n");
+        return 1;
+    }
+    const long lOptions = PTRACE_O_TRACEFORK | PTRACE_O_TRACEVFORK | PTRACE_O_TRACEEXEC | PTRACE_O_TRACEEXIT |
+                          PTRACE_O_EXITKILL;
+    ptrace(PTRACE_SETOPTIONS, pidMain, nullptr, reinterpret_cast<void*>(lOptions));
+    ptrace(PTRACE_CONT, pidMain, nullptr, nullptr);
+    std::map<pid_t, bool> mapStarted; // the traced processes: true once their first stop was seen
+    mapStarted[pidMain] = true;
+    int iExit = -1;
+    for (;;) {
+        const pid_t pid = waitpid(-1, &iStatus, __WALL);
+        if (pid < 0) {
+            break;
+        }
+        if (WIFEXITED(iStatus) || WIFSIGNALED(iStatus)) {
+            mapStarted.erase(pid);
+            if (pid == pidMain) {
+                iExit = WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : 128 + WTERMSIG(iStatus);
+            }
+            if (iExit >= 0 && mapStarted.empty()) {
+                break;
+            }
+            continue;
+        }
+        if (!WIFSTOPPED(iStatus)) {
+            continue;
+        }
+        const int iEvent = iStatus >> 16;
+        const int iSignal = WSTOPSIG(iStatus);
+        long lDeliver = 0;
+        if (iEvent == PTRACE_EVENT_EXIT) {
+            std::printf("process pid=%d ppid=%ld uid=%ld hwm_kb=%ld rss_kb=%ld\n", static_cast<int>(pid),
+                        StatusNumber(pid, "PPid"), StatusNumber(pid, "Uid"), StatusNumber(pid, "VmHWM"),
+                        StatusNumber(pid, "VmRSS"));
+        } else if (iEvent == 0 && !(iSignal == SIGSTOP && !mapStarted[pid])) {
+            lDeliver = iSignal; // the process's own signal (not a new process's first stop)
+        }
+        mapStarted[pid] = true;
+        ptrace(PTRACE_CONT, pid, nullptr, reinterpret_cast<void*>(lDeliver));
+    }
+    std::printf("exit=%d ms=%.1f\n", iExit, MillisecondsSince(tpStart));
+    return iExit == 0 ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -456,6 +694,12 @@ int main(int argc, char** argv)
     }
     if (args.strCommand == "window") {
         return WindowProbe(args);
+    }
+    if (args.strCommand == "capture") {
+        return CaptureProbe(args);
+    }
+    if (args.strCommand == "peak") {
+        return PeakProbe(args);
     }
     if (args.strCommand == "idle") {
         return Idle(args);

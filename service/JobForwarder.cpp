@@ -50,6 +50,33 @@ private:
     cups_option_t* m_pOptions = nullptr;
 };
 
+// Create-Job on the queue, as its user. Made here rather than with
+// cupsCreateJob, which first fetches all of the printer's attributes: one
+// round trip to the scheduler less for every job.
+int CreateJob(http_t* pHttp, const std::string& strQueue, const std::string& strTitle, int iOptions,
+              cups_option_t* pOptions)
+{
+    char szUri[HTTP_MAX_URI];
+    httpAssembleURIf(HTTP_URI_CODING_ALL, szUri, sizeof(szUri), "ipp", nullptr, "localhost", ippPort(), "/printers/%s",
+                     strQueue.c_str());
+    ipp_t* pRequest = ippNewRequest(IPP_OP_CREATE_JOB);
+    ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, szUri);
+    ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr, cupsUser());
+    ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_NAME, "job-name", nullptr, strTitle.c_str());
+    cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_OPERATION);
+    cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_JOB);
+    cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_SUBSCRIPTION);
+    ipp_t* pResponse = cupsDoRequest(pHttp, pRequest, ("/printers/" + strQueue).c_str());
+    int iJobId = 0;
+    if (pResponse && cupsLastError() <= IPP_STATUS_OK_CONFLICTING) {
+        if (ipp_attribute_t* pAttr = ippFindAttribute(pResponse, "job-id", IPP_TAG_INTEGER)) {
+            iJobId = ippGetInteger(pAttr, 0);
+        }
+    }
+    ippDelete(pResponse);
+    return iJobId;
+}
+
 } // namespace
 
 bool CJobForwarder::Forward(int iFd, const std::string& strQueue, const JOB& stuJob, int& iNewJobId,
@@ -84,8 +111,7 @@ bool CJobForwarder::Forward(int iFd, const std::string& strQueue, const JOB& stu
         objOptions.Remove("job-hold-until");
     }
 
-    const int iJobId = cupsCreateJob(objHttp.Get(), strQueue.c_str(), stuJob.strTitle.c_str(), objOptions.Count(),
-                                     objOptions.Get());
+    const int iJobId = CreateJob(objHttp.Get(), strQueue, stuJob.strTitle, objOptions.Count(), objOptions.Get());
     if (iJobId <= 0) {
         strError = cupsLastErrorString();
         return false;

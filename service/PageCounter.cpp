@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <qpdf/QPDF.hh>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace OrvService {
@@ -65,19 +66,38 @@ int CPageCounter::CountPages(int iFd)
 
 int CPageCounter::CountPdfPages(int iFd)
 {
-    const int iOwnFd = dup(iFd);
-    if (iOwnFd < 0) {
-        return 0;
-    }
-    FILE* pFile = fdopen(iOwnFd, "rb");
-    if (!pFile) {
-        close(iOwnFd);
-        return 0;
-    }
     try {
         QPDF objPdf;
         objPdf.setSuppressWarnings(true);
-        objPdf.processFile("document", pFile, true); // closes pFile
+        // qpdf seeks and reads for every object: through a FILE that is
+        // thousands of system calls for a long document. Read into memory
+        // once (up to a size), it parses from there.
+        struct stat st;
+        std::string strDocument;
+        if (fstat(iFd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size > 0 && st.st_size <= MAX_IN_MEMORY) {
+            strDocument.resize(static_cast<size_t>(st.st_size));
+            size_t uiHave = 0;
+            while (uiHave < strDocument.size()) {
+                const ssize_t iRead = ReadAt(iFd, &strDocument[uiHave], strDocument.size() - uiHave,
+                                             static_cast<off_t>(uiHave));
+                if (iRead <= 0) {
+                    break;
+                }
+                uiHave += static_cast<size_t>(iRead);
+            }
+            strDocument.resize(uiHave);
+            objPdf.processMemoryFile("document", strDocument.data(), strDocument.size());
+        } else {
+            const int iOwnFd = dup(iFd);
+            FILE* pFile = iOwnFd < 0 ? nullptr : fdopen(iOwnFd, "rb");
+            if (!pFile) {
+                if (iOwnFd >= 0) {
+                    close(iOwnFd);
+                }
+                return 0;
+            }
+            objPdf.processFile("document", pFile, true); // closes pFile
+        }
         const size_t uiPages = objPdf.getAllPages().size();
         return uiPages > 0x7FFFFFFF ? 0x7FFFFFFF : static_cast<int>(uiPages);
     } catch (const std::exception&) {

@@ -13,6 +13,9 @@ namespace OrvService {
 class CPageCounter {
 public:
     enum EKind { KIND_OTHER, KIND_PDF, KIND_POSTSCRIPT };
+    // PDF documents up to this size are read into memory to be counted;
+    // larger ones are read through the descriptor.
+    static constexpr long long MAX_IN_MEMORY = 256LL * 1024 * 1024;
 
     // Reads the descriptor from its start; its offset is left anywhere.
     static int CountPages(int iFd);

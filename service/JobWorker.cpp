@@ -8,6 +8,7 @@
 #include <ctime>
 #include <cups/cups.h>
 #include <fcntl.h>
+#include <map>
 #include <unistd.h>
 #include "Src/Common/include/JobSelectedData.h"
 #include "Src/PrintingService/Common/Include/MsgQueueSender.h"
@@ -73,12 +74,41 @@ int CJobWorker::Run()
 
 std::vector<int> CJobWorker::CountQueueJobs() const
 {
+    // One question for all queues: each one's queued-job-count (its jobs
+    // not yet done), rather than one list of jobs per queue.
+    std::map<std::string, int> mapCounts;
+    ipp_t* pRequest = ippNewRequest(IPP_OP_CUPS_GET_PRINTERS);
+    static const char* const s_aszAttributes[] = {"printer-name", "queued-job-count"};
+    ippAddStrings(pRequest, IPP_TAG_OPERATION, IPP_TAG_KEYWORD, "requested-attributes", 2, nullptr, s_aszAttributes);
+    ipp_t* pResponse = cupsDoRequest(CUPS_HTTP_DEFAULT, pRequest, "/");
+    std::string strName;
+    int iCount = 0;
+    for (ipp_attribute_t* pAttr = pResponse ? ippFirstAttribute(pResponse) : nullptr;;
+         pAttr = ippNextAttribute(pResponse)) {
+        // Each printer's attributes form one group; a separator or the end closes it.
+        if (!pAttr || !ippGetName(pAttr)) {
+            if (!strName.empty()) {
+                mapCounts[strName] = iCount;
+            }
+            strName.clear();
+            iCount = 0;
+            if (!pAttr) {
+                break;
+            }
+            continue;
+        }
+        const std::string strAttr = ippGetName(pAttr);
+        if (strAttr == "printer-name" && ippGetValueTag(pAttr) == IPP_TAG_NAME) {
+            strName = ippGetString(pAttr, 0, nullptr);
+        } else if (strAttr == "queued-job-count" && ippGetValueTag(pAttr) == IPP_TAG_INTEGER) {
+            iCount = ippGetInteger(pAttr, 0);
+        }
+    }
+    ippDelete(pResponse);
     std::vector<int> vecJobs;
     for (const CServiceConfig::PRINTER_ENTRY& stuPrinter : m_objConfig.GetPrinters()) {
-        cups_job_t* pJobs = nullptr;
-        const int iJobs = cupsGetJobs2(CUPS_HTTP_DEFAULT, &pJobs, stuPrinter.strQueue.c_str(), 0, CUPS_WHICHJOBS_ACTIVE);
-        cupsFreeJobs(iJobs < 0 ? 0 : iJobs, pJobs);
-        vecJobs.push_back(iJobs < 0 ? 0 : iJobs);
+        const auto it = mapCounts.find(stuPrinter.strQueue);
+        vecJobs.push_back(it == mapCounts.end() || it->second < 0 ? 0 : it->second);
     }
     return vecJobs;
 }

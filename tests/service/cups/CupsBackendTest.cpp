@@ -1,8 +1,10 @@
+#include <gtest/gtest.h>
+#include <regex>
+#include <vector>
 #include "Src/Common/include/JobOptionData.h"
 #include "tests/service/TestPdf.h"
 #include "tests/service/cups/CupsServiceTest.h"
-#include <gtest/gtest.h>
-#include <regex>
+#include "tests/tools/ToolProcess.h"
 
 namespace {
 
@@ -159,6 +161,39 @@ TEST_F(CupsBackendTest, BadConfigurationHoldsTheJobNamingFileAndLine)
                               ", line 4: MaxPagesPerJob must be a whole number of 0 or more",
                           iJob),
               stuState.strMessage);
+}
+
+} // namespace
+
+namespace {
+
+using namespace orvtest;
+
+// The request tells, for each printer, how many jobs wait on its queue.
+TEST_F(CupsBackendTest, RequestCountsTheJobsWaitingOnEachQueue)
+{
+    std::string strOut, strErr;
+    ASSERT_EQ(0, RunTool("/usr/sbin/cupsdisable", {"basement"}, strOut, strErr)) << strErr;
+    std::vector<int> vecWaiting;
+    for (int i = 0; i < 2; ++i) {
+        std::string strError;
+        vecWaiting.push_back(s_pCupsd->Submit(USER, "basement", "Waiting", WriteDocument("wait.txt", "w\n"), strError));
+        ASSERT_GT(vecWaiting.back(), 0) << strError;
+    }
+    const auto pReceiver = StartReceiver(1, u"", u"");
+    const int iJob = Submit("Counting", WriteDocument("count.txt", "count\n"));
+    EXPECT_EQ(IPP_CANCELED, s_pCupsd->WaitForJobState(iJob, IPP_CANCELED, WAIT_SECONDS).iState);
+    RunTool("/usr/bin/cancel", {"-a", "basement"}, strOut, strErr);
+    RunTool("/usr/sbin/cupsenable", {"basement"}, strOut, strErr);
+
+    const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
+    const CJobOptionData objRequest(strRequest.data(), strRequest.size());
+    ASSERT_EQ(2, objRequest.GetPrinterCount());
+    CJobOptionData::PRINTER_INFO stuPrinter;
+    objRequest.GetPrinterInfo(0, stuPrinter);
+    EXPECT_EQ(0, stuPrinter.iPrintTaskTotal);
+    objRequest.GetPrinterInfo(1, stuPrinter);
+    EXPECT_EQ(2, stuPrinter.iPrintTaskTotal);
 }
 
 } // namespace

@@ -458,6 +458,16 @@ CONF
   svc_to_backend_ms=$(awk -v a="$svc_secure_ms" -v b="$svc_own_copy_ms" 'BEGIN { printf "%.1f", a - b }')
   svc_forward_ms=$(awk -v a="$svc_own_copy_ms" -v b="$svc_own_ms" 'BEGIN { printf "%.1f", a - b }')
   echo "   backend by hand: $svc_own_ms ms until it ended, $svc_own_copy_ms ms until the copy was complete"
+  # The backend's own start: exec until it printed its device line and
+  # ended (loading libcups and what it brings: TLS, Kerberos, Avahi, D-Bus).
+  svc_start=()
+  for i in $(seq "$runs"); do
+    t0=$(date +%s%N)
+    "$svc_cupsd/serverbin/backend/orvprint" >/dev/null
+    svc_start+=("$(awk -v a="$t0" -v b="$(date +%s%N)" 'BEGIN { printf "%.2f", (b - a) / 1000000 }')")
+  done
+  svc_start_ms=$(printf '%s\n' "${svc_start[@]}" | median)
+  echo "   the backend's start alone (device line): $svc_start_ms ms"
 
   # --- 3. The backend's peak resident memory on the 500-page PDF: run as
   # cupsd runs it, on a held job of the user's (the backend asks the
@@ -633,7 +643,9 @@ if [ "$(verdict "$svc_ratio" "<=" 2.0)" = "**missed**" ]; then
   pass the backend's time holds the configuration, two questions to the
   scheduler (the job's origin, the queue's policy), the worker's fork,
   change of user, page count, the printers' job counts and the request
-  through the channel; this run does not take these apart further."
+  through the channel, and the program's own start: $svc_start_ms ms from
+  exec until it has printed its device line and ended (most of it loading
+  libcups and the libraries it brings: TLS, Kerberos, Avahi, D-Bus)."
 fi
 missed_notes=${missed_notes#$'\n'}
 svc_note=

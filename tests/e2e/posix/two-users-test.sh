@@ -56,6 +56,9 @@ for u in "${users[@]}"; do
     useradd --user-group --no-create-home --home-dir "$work/home-$u" --shell /usr/sbin/nologin "$u" || {
       skip_all "$name" "could not make the test user $u"; summary_line "$name"; exit 0; }
     made_users+=("$u")
+    # A channel folder of an earlier account with the same id is not this
+    # new user's.
+    rm -rf "/tmp/orvprint-$(id -u "$u")"
   fi
   uid=$(id -u "$u")
   [ -e "/tmp/orvprint-$uid" ] && chan_existed[$uid]=1 || chan_existed[$uid]=0

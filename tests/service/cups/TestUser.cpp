@@ -27,6 +27,10 @@ CTestUser::CTestUser(const std::string& strName)
             return;
         }
         m_bMade = true;
+        // A channel folder of an earlier account with the same id is not
+        // this new user's.
+        std::error_code ec;
+        std::filesystem::remove_all(ChannelFolder(m_objAccount.GetUid()), ec);
     }
     m_bChannelExisted = access(ChannelFolder(m_objAccount.GetUid()).c_str(), F_OK) == 0;
 }

@@ -67,6 +67,9 @@ session_make_users() { # USER...
         return 1
       fi
       SESSION_MADE_USERS+=("$u")
+      # A channel folder of an earlier account with the same id is not
+      # this new user's.
+      rm -rf "/tmp/orvprint-$(id -u "$u")"
     fi
     uid=$(id -u "$u")
     if [ -e "/tmp/orvprint-$uid" ]; then SESSION_CHANNEL_EXISTED[$uid]=1; else SESSION_CHANNEL_EXISTED[$uid]=0; fi

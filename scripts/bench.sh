@@ -259,21 +259,12 @@ percentile() { # P
     printf "%.2f\n", v[lo + 1] * (1 - f) + v[hi + 1] * f }'
 }
 
+# shellcheck source=scripts/channel-folder.sh
+. "$root/scripts/channel-folder.sh"
 # The private folder of the user's channel (where OrvprintD and the
 # backend's worker find it): the session's runtime folder when it is the
 # user's own, else /tmp/orvprint-UID, else the one in the user's home.
-svc_channel_folder() {
-  local uid
-  uid=$(id -u "$svc_user")
-  if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
-    echo "/run/user/$uid"
-  elif [ "$(stat -c '%u %a %F' "/tmp/orvprint-$uid" 2>/dev/null)" = "$uid 700 directory" ] ||
-       [ ! -e "/tmp/orvprint-$uid" ]; then
-    echo "/tmp/orvprint-$uid"
-  else
-    echo "$svc/home/.cache/orv-soft/run"
-  fi
-}
+svc_channel_folder() { orv_channel_folder "$svc_user" "$svc/home"; }
 
 # The capture printer's finished copies.
 svc_captured() { find "$svc_cupsd/capture" -maxdepth 1 -type f ! -name '*.args' ! -name '*.part' | wc -l; }

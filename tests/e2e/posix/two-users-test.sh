@@ -16,6 +16,8 @@ root=$(cd "$here/../../.." && pwd)
 . "$root/tests/packaging/checks.sh"
 # shellcheck source=scripts/dialog-session.sh
 . "$root/scripts/dialog-session.sh"
+# shellcheck source=scripts/channel-folder.sh
+. "$root/scripts/channel-folder.sh"
 
 name="two users"
 bin=$(cd "$1" && pwd)
@@ -123,18 +125,7 @@ as_user_exec() { # USER COMMAND...
 # The private folder that OrvprintD of user U uses: the session's runtime
 # folder when it is the user's own, else /tmp/orvprint-UID, else the one
 # in the user's home.
-channel_folder() { # USER
-  local uid
-  uid=$(id -u "$1")
-  if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
-    echo "/run/user/$uid"
-  elif [ "$(stat -c '%u %a %F' "/tmp/orvprint-$uid" 2>/dev/null)" = "$uid 700 directory" ] ||
-       [ ! -e "/tmp/orvprint-$uid" ]; then
-    echo "/tmp/orvprint-$uid"
-  else
-    echo "$work/home-$1/.cache/orv-soft/run"
-  fi
-}
+channel_folder() { orv_channel_folder "$1" "$work/home-$1"; }
 
 declare -A orv_pid
 start_orvprintd() { # USER

@@ -103,18 +103,9 @@ as_user_exec() { # USER COMMAND...
 # As OrvprintD and the backend's worker find it: the session's runtime
 # folder when it is the user's own, else /tmp/orvprint-UID, else the one in
 # the user's home.
-channel_folder() { # USER
-  local uid
-  uid=$(id -u "$1")
-  if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
-    echo "/run/user/$uid"
-  elif [ "$(stat -c '%u %a %F' "/tmp/orvprint-$uid" 2>/dev/null)" = "$uid 700 directory" ] ||
-       [ ! -e "/tmp/orvprint-$uid" ]; then
-    echo "/tmp/orvprint-$uid"
-  else
-    echo "$SESSION_WORK/home-$1/.cache/orv-soft/run"
-  fi
-}
+# shellcheck source=scripts/channel-folder.sh
+. "$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)/scripts/channel-folder.sh"
+channel_folder() { orv_channel_folder "$1" "$SESSION_WORK/home-$1"; }
 
 start_orvprintd() { # USER PROGRAM
   as_user_exec "$1" "$2" >>"$SESSION_WORK/$1.out" 2>&1 &

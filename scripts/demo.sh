@@ -192,8 +192,8 @@ CONF
   [ $interactive -eq 0 ] && echo "   answer back $(ms_since "$t2") ms after Enter"
   echo "== answer"
   cat "$demo/answer.json"; echo
-  echo "== Config.ini now"
-  grep -E "^Default" "$demo/temp/Config.ini" | sed 's/^/   /'
+  echo "== the user's Config.ini now (the choice is remembered there)"
+  grep -E "^Default" "$XDG_CONFIG_HOME/orv-soft/Config.ini" 2>/dev/null | sed 's/^/   /'
   [ $interactive -eq 0 ] && echo "== screenshot: $out/dialog.png"
   echo "== log (last lines of $demo/log/OrvprintD.log)"
   tail -n 12 "$demo/log/OrvprintD.log" | sed 's/^/   /'

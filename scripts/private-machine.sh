@@ -11,13 +11,13 @@
 # projects, the way the printing service describes them to orvprint-send),
 # and exports the variables that point OrvprintD at them: named objects in
 # SHM_DIR, the user's objects in RUNTIME_DIR, the autostart entry under
-# DIR/xdg. When run as root, SYSTEM_ACCOUNT is named as the system account
+# DIR/xdg, the user's settings and logs under DIR/config and DIR/state. When run as root, SYSTEM_ACCOUNT is named as the system account
 # (OrvprintD refuses to run as the system account). LogConfig.conf in
 # DIR/install is the caller's.
 
 private_machine() {
   local dir=$1 shm_dir=$2 runtime_dir=$3 no_project=$4 account=$5
-  mkdir -p "$dir"/{install,temp,log,xdg,cups/backend} "$shm_dir" "$runtime_dir"
+  mkdir -p "$dir"/{install,temp,log,xdg,config,state,cups/backend} "$shm_dir" "$runtime_dir"
 
   cat >"$dir/machine.ini" <<INI
 [Software\\Orv-soft\\Client]
@@ -47,6 +47,10 @@ INI
   export ORVPRINT_MACHINE_CONFIG=$dir/machine.ini
   export ORVPRINT_SHM_DIR=$shm_dir
   export XDG_CONFIG_DIRS=$dir/xdg
+  # The user's own settings and logs stay in DIR too: nothing of a run is
+  # left in the caller's home.
+  export XDG_CONFIG_HOME=$dir/config
+  export XDG_STATE_HOME=$dir/state
   export XDG_RUNTIME_DIR=$runtime_dir
   export CUPS_SERVERBIN=$dir/cups
   if [ "$(id -u)" -eq 0 ]; then export ORVPRINT_SYSTEM_ACCOUNT=$account; fi

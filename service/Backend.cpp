@@ -181,9 +181,16 @@ bool CBackend::AskThroughWorker(const CServiceConfig& objConfig, const CUserAcco
         return false;
     }
     if (pid == 0) {
+        // The worker keeps only what it needs: the document, the marker and
+        // the result pipe. The stop pipe's ends go, so that a worker (which
+        // runs as the job's user) cannot stop its root part.
         objReadEnd.Reset();
         m_objTermRead.Reset();
         signal(SIGTERM, SIG_DFL);
+        if (g_iTermPipeWrite >= 0) {
+            close(g_iTermPipeWrite);
+            g_iTermPipeWrite = -1;
+        }
         CJobWorker objWorker(objConfig, objAccount, iDocumentFd, m_iCopies, iMarkerFd, objWriteEnd.Get());
         _exit(objWorker.Run());
     }

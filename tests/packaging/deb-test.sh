@@ -41,8 +41,9 @@ name="package deb"
 deb=$(realpath "$1")
 next=$(realpath "$2")
 out=$(dirname "$deb")
-user=nobody
-group=nogroup
+# The user of the first part, made here for the run (an account that may have
+# used OrvprintD before would bring its own channel folder and settings).
+user=orvtest-deb-carol
 program=/usr/lib/orv-soft/client/OrvprintD
 backend=/usr/lib/cups/backend/orvprint
 service_conf=/etc/orv-soft/print-service.conf
@@ -88,22 +89,27 @@ shm_before=$(find /dev/shm -mindepth 1 -maxdepth 1 -printf '%f\n' | sort)
 autostart_dir_existed=0; [ -d /etc/xdg/autostart ] && autostart_dir_existed=1
 backend_dir_existed=0; [ -d /usr/lib/cups/backend ] && backend_dir_existed=1
 
+work=$(mktemp -d /tmp/orvprint-deb-test.XXXXXX)
+chmod 755 "$work"
+mkdir -p "$work/home" "$work/run" "$work/session" "$work/no-backend/backend"
+chmod 755 "$work/session"
+SESSION_WORK=$work/session
+if ! session_make_users "$user"; then
+  rm -rf "$work"
+  check "the test user $user is made" false
+  summary_line "$name"; exit 1
+fi
+group=$(id -gn "$user")
+chown "$user:$group" "$work/home" "$work/run"
+chmod 700 "$work/run"
+
 uid=$(id -u "$user")
-# The user's private folder of the channel and the instance lock: the
-# session's runtime folder, else one of its own in /tmp.
+# The user's private folder of the channel and the instance lock (made anew
+# with the user): the session's runtime folder, else one of its own in /tmp.
 chan_dir=/tmp/orvprint-$uid
 if [ -d "/run/user/$uid" ] && [ "$(stat -c '%u %a' "/run/user/$uid")" = "$uid 700" ]; then
   chan_dir=/run/user/$uid
 fi
-chan_dir_existed=0; [ -e "$chan_dir" ] && chan_dir_existed=1
-
-work=$(mktemp -d /tmp/orvprint-deb-test.XXXXXX)
-chmod 755 "$work"
-mkdir -p "$work/home" "$work/run" "$work/session" "$work/no-backend/backend"
-chown "$user:$group" "$work/home" "$work/run"
-chmod 700 "$work/run"
-chmod 755 "$work/session"
-SESSION_WORK=$work/session
 
 # The printing part needs a scheduler of its own and the tools that find
 # and answer the dialogs.
@@ -114,7 +120,7 @@ if [ -z "$print_reason" ]; then
   done
 fi
 
-nobody_pid=
+user_pid=
 probe_pid=
 send_pid=
 XVFB_PID=
@@ -125,7 +131,7 @@ cleanup() {
     echo "---- its log (jobs, last lines)"
     grep -E '^[EIW] .*\[Job [0-9]+\]' "$PRIVATE_CUPSD_DIR/log/error_log" 2>/dev/null | tail -n 40 | sed 's/^/   /'
   fi
-  for pid in $send_pid $nobody_pid $probe_pid "${SESSION_PIDS[@]}"; do
+  for pid in $send_pid $user_pid $probe_pid "${SESSION_PIDS[@]}"; do
     kill "$pid" 2>/dev/null && wait "$pid" 2>/dev/null
   done
   private_cupsd_stop
@@ -147,7 +153,6 @@ cleanup() {
     case "$f" in Orvprint*|*Orv-soft*|*orv-soft*|*05D73725*) rm -f "/dev/shm/$f" ;; esac
     case "$(stat -c %U "/dev/shm/$f" 2>/dev/null)" in "$user"|"$alice"|"$bob") rm -f "/dev/shm/$f" ;; esac
   done
-  [ $chan_dir_existed -eq 0 ] && rm -rf "$chan_dir"
   session_remove_users
   rm -rf "$work"
 }
@@ -176,8 +181,27 @@ autostart_program() {
 # does, and waits until it serves requests.
 start_as_user() {
   run_as_user_exec "$(autostart_program)" >"$work/orvprintd.out" 2>&1 &
-  nobody_pid=$!
-  wait_until_serving "$chan_dir/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" "$nobody_pid"
+  user_pid=$!
+  wait_until_serving "$chan_dir/Orvprint_Popup_Dialog_MUTEX_EXISTANCE" "$user_pid" && return 0
+  show_not_serving
+  return 1
+}
+
+# What there is to see when the user's OrvprintD does not serve: whether it
+# runs and where it waits, its output, the end of its log, its channel folder.
+show_not_serving() {
+  echo "---- OrvprintD of $user (pid $user_pid) does not serve"
+  if kill -0 "$user_pid" 2>/dev/null; then
+    echo "   running; state $(awk '{print $3}' "/proc/$user_pid/stat" 2>/dev/null), threads waiting in:"
+    for t in /proc/"$user_pid"/task/*; do echo "     $(cat "$t/comm" 2>/dev/null) $(cat "$t/wchan" 2>/dev/null)"; done
+  else
+    echo "   ended"
+  fi
+  echo "   its output:"; sed 's/^/     /' "$work/orvprintd.out" 2>/dev/null | tail -n 20
+  echo "   its log (last lines):"
+  tail -n 30 "$work/home/.local/state/orv-soft/log/OrvprintD.log" 2>/dev/null | sed 's/^/     /'
+  echo "   $chan_dir:"; find "$chan_dir" -maxdepth 1 -printf '%M %u %s %TT %f\n' 2>&1 | sed 's/^/     /'
+  echo "   processes of $user:"; ps -u "$user" -o pid=,stat=,etime=,args= 2>/dev/null | sed 's/^/     /'
 }
 
 # Number of visible windows of the process PID.
@@ -256,7 +280,7 @@ kill "$probe_pid" 2>/dev/null; wait "$probe_pid" 2>/dev/null; probe_pid=
 start_as_user
 check "OrvprintD, started by $user as the autostart entry says, serves requests" test $? -eq 0
 check_eq "and shows no window before the first request (its start-up probe finds $backend)" 0 \
-  "$(visible_windows "$nobody_pid")"
+  "$(visible_windows "$user_pid")"
 cp "$temp_dir/Config.ini" "$work/machine-Config.ini.before"
 cp "$root/scripts/sample-request.json" "$work/request.json"
 chmod 644 "$work/request.json"
@@ -423,8 +447,8 @@ upgrade_rc=$?
 upgrade_ms=$(( $(now_ms) - t0 ))
 check_eq "apt-get install ./$(basename "$next") upgrades ($upgrade_ms ms)" "0 $next_version" \
   "$upgrade_rc $(dpkg-query -W -f='${Version}' orvprintd 2>/dev/null)"
-check "the upgrade ended the running OrvprintD first" ended "$nobody_pid"
-wait "$nobody_pid" 2>/dev/null; nobody_pid=
+check "the upgrade ended the running OrvprintD first" ended "$user_pid"
+wait "$user_pid" 2>/dev/null; user_pid=
 if [ $printed -eq 1 ]; then
   check_eq "and those of $alice and $bob" "" "$(user_processes "$alice" "$bob")"
   check "the administrator's print-service.conf survived the upgrade" \
@@ -448,8 +472,8 @@ t0=$(now_ms)
 purge_rc=$?
 purge_ms=$(( $(now_ms) - t0 ))
 check_eq "apt-get purge orvprintd succeeds ($purge_ms ms)" 0 "$purge_rc"
-check "the purge ended the running OrvprintD first" ended "$nobody_pid"
-wait "$nobody_pid" 2>/dev/null; nobody_pid=
+check "the purge ended the running OrvprintD first" ended "$user_pid"
+wait "$user_pid" 2>/dev/null; user_pid=
 check_eq "no process of the users is left" "" "$(user_processes "$user" "$alice" "$bob" | grep -v ' ps$')"
 check_eq "dpkg -L knows nothing of orvprintd" "package 'orvprintd' is not installed" \
   "$(dpkg -L orvprintd 2>&1 | head -1 | sed 's/^dpkg-query: //')"
@@ -461,10 +485,9 @@ for p in "${package_paths[@]}" /etc/orv-soft /usr/lib/orv-soft /var/lib/orv-soft
 done
 check_eq "no file or folder of the package is left (the configuration, the accounting folder, the backend's markers)" \
   "" "${left[*]}"
-if [ $printed -eq 1 ]; then
-  session_remove_users
-  check_eq "the test users are removed" "" "$(id "$alice" 2>/dev/null)$(id "$bob" 2>/dev/null)"
-fi
+
+session_remove_users
+check_eq "the test users are removed" "" "$(id "$user" 2>/dev/null)$(id "$alice" 2>/dev/null)$(id "$bob" 2>/dev/null)"
 
 echo "   figures: $(basename "$deb") $(stat -c %s "$deb") bytes, installed size $(dpkg-deb -f "$deb" Installed-Size) KiB; install $install_ms ms, upgrade $upgrade_ms ms, purge $purge_ms ms"
 summary_line "$name"

@@ -1,6 +1,7 @@
 #include "service/JobForwarder.h"
 
 #include <cerrno>
+#include <cstring>
 #include <cups/cups.h>
 #include <unistd.h>
 
@@ -50,31 +51,41 @@ private:
     cups_option_t* m_pOptions = nullptr;
 };
 
-// Create-Job on the queue, as its user. Made here rather than with
-// cupsCreateJob, which first fetches all of the printer's attributes: one
-// round trip to the scheduler less for every job.
-int CreateJob(http_t* pHttp, const std::string& strQueue, const std::string& strTitle, int iOptions,
-              cups_option_t* pOptions)
+// Owner of an IPP message.
+class CIppMessage {
+public:
+    explicit CIppMessage(ipp_t* pIpp)
+        : m_pIpp(pIpp)
+    {
+    }
+    ~CIppMessage() { ippDelete(m_pIpp); }
+    CIppMessage(const CIppMessage&) = delete;
+    CIppMessage& operator=(const CIppMessage&) = delete;
+    ipp_t* Get() const { return m_pIpp; }
+
+private:
+    ipp_t* m_pIpp;
+};
+
+// Print-Job on the queue, as its user: the job and its document in one
+// request, one round trip to the scheduler. A request that fails half-way
+// leaves no job behind.
+ipp_t* NewPrintJob(const std::string& strQueue, const std::string& strTitle, const std::string& strFormat,
+                         int iOptions, cups_option_t* pOptions)
 {
     char szUri[HTTP_MAX_URI];
     httpAssembleURIf(HTTP_URI_CODING_ALL, szUri, sizeof(szUri), "ipp", nullptr, "localhost", ippPort(), "/printers/%s",
                      strQueue.c_str());
-    ipp_t* pRequest = ippNewRequest(IPP_OP_CREATE_JOB);
+    ipp_t* pRequest = ippNewRequest(IPP_OP_PRINT_JOB);
     ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_URI, "printer-uri", nullptr, szUri);
     ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_NAME, "requesting-user-name", nullptr, cupsUser());
     ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_NAME, "job-name", nullptr, strTitle.c_str());
+    ippAddString(pRequest, IPP_TAG_OPERATION, IPP_TAG_MIMETYPE, "document-format", nullptr,
+                 strFormat.empty() ? CUPS_FORMAT_AUTO : strFormat.c_str());
     cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_OPERATION);
     cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_JOB);
     cupsEncodeOptions2(pRequest, iOptions, pOptions, IPP_TAG_SUBSCRIPTION);
-    ipp_t* pResponse = cupsDoRequest(pHttp, pRequest, ("/printers/" + strQueue).c_str());
-    int iJobId = 0;
-    if (pResponse && cupsLastError() <= IPP_STATUS_OK_CONFLICTING) {
-        if (ipp_attribute_t* pAttr = ippFindAttribute(pResponse, "job-id", IPP_TAG_INTEGER)) {
-            iJobId = ippGetInteger(pAttr, 0);
-        }
-    }
-    ippDelete(pResponse);
-    return iJobId;
+    return pRequest;
 }
 
 } // namespace
@@ -111,31 +122,38 @@ bool CJobForwarder::Forward(int iFd, const std::string& strQueue, const JOB& stu
         objOptions.Remove("job-hold-until");
     }
 
-    const int iJobId = CreateJob(objHttp.Get(), strQueue, stuJob.strTitle, objOptions.Count(), objOptions.Get());
-    if (iJobId <= 0) {
-        strError = cupsLastErrorString();
-        return false;
-    }
-    const char* szFormat = stuJob.strFormat.empty() ? CUPS_FORMAT_AUTO : stuJob.strFormat.c_str();
-    const bool bStarted = cupsStartDocument(objHttp.Get(), strQueue.c_str(), iJobId, stuJob.strTitle.c_str(),
-                                            szFormat, 1) == HTTP_STATUS_CONTINUE;
-    bool bSent = bStarted && lseek(iFd, 0, SEEK_SET) == 0;
+    const CIppMessage objRequest(
+        NewPrintJob(strQueue, stuJob.strTitle, stuJob.strFormat, objOptions.Count(), objOptions.Get()));
+    const std::string strResource = "/printers/" + strQueue;
+    http_status_t eStatus =
+        lseek(iFd, 0, SEEK_SET) == 0
+            ? cupsSendRequest(objHttp.Get(), objRequest.Get(), strResource.c_str(), CUPS_LENGTH_VARIABLE)
+            : HTTP_STATUS_ERROR;
     char achBuf[65536];
-    while (bSent) {
+    bool bRead = true;
+    while (eStatus == HTTP_STATUS_CONTINUE) {
         const ssize_t iRead = read(iFd, achBuf, sizeof(achBuf));
         if (iRead < 0 && errno == EINTR) {
             continue;
         }
         if (iRead <= 0) {
-            bSent = iRead == 0;
+            bRead = iRead == 0;
             break;
         }
-        bSent = cupsWriteRequestData(objHttp.Get(), achBuf, static_cast<size_t>(iRead)) == HTTP_STATUS_CONTINUE;
+        eStatus = cupsWriteRequestData(objHttp.Get(), achBuf, static_cast<size_t>(iRead));
     }
-    const bool bFinished = bStarted && cupsFinishDocument(objHttp.Get(), strQueue.c_str()) == IPP_STATUS_OK;
-    if (!bSent || !bFinished) {
+    if (eStatus != HTTP_STATUS_CONTINUE || !bRead) {
+        // The scheduler makes no job of a request it did not get whole.
+        strError = bRead ? std::string(cupsLastErrorString())
+                         : std::string("the document cannot be read (") + std::strerror(errno) + ")";
+        return false;
+    }
+    const CIppMessage objResponse(cupsGetResponse(objHttp.Get(), strResource.c_str()));
+    ipp_attribute_t* pJobId =
+        objResponse.Get() ? ippFindAttribute(objResponse.Get(), "job-id", IPP_TAG_INTEGER) : nullptr;
+    const int iJobId = pJobId ? ippGetInteger(pJobId, 0) : 0;
+    if (!objResponse.Get() || cupsLastError() > IPP_STATUS_OK_CONFLICTING || iJobId <= 0) {
         strError = cupsLastErrorString();
-        cupsCancelJob2(objHttp.Get(), strQueue.c_str(), iJobId, 0);
         return false;
     }
     iNewJobId = iJobId;

@@ -23,9 +23,9 @@ public:
     CJobForwarder(const CJobForwarder&) = delete;
     CJobForwarder& operator=(const CJobForwarder&) = delete;
 
-    // Sends the document read from iFd (from its start) to strQueue. True
-    // with the new job's id; false with the scheduler's reason (a job that
-    // was created is cancelled again).
+    // Sends the document read from iFd (from its start) to strQueue in one
+    // Print-Job. True with the new job's id; false with the scheduler's
+    // reason (the scheduler makes no job of a request it did not take).
     bool Forward(int iFd, const std::string& strQueue, const JOB& stuJob, int& iNewJobId, std::string& strError);
 };
 

@@ -23,8 +23,15 @@ bool CPrivilegeDrop::DropTo(const CUserAccount& objAccount, std::string& strProb
         strProblem = "the job's user is root";
         return false;
     }
-    if (initgroups(objAccount.GetName().c_str(), objAccount.GetGid()) != 0) {
-        strProblem = Failed("initgroups");
+    // The groups the root part found for the account (what initgroups
+    // would ask the user database for once more).
+    const std::vector<gid_t>& vecGids = objAccount.GetGroupIds();
+    if (vecGids.empty()) {
+        strProblem = "the user's groups are not known";
+        return false;
+    }
+    if (setgroups(vecGids.size(), vecGids.data()) != 0) {
+        strProblem = Failed("setgroups");
         return false;
     }
     if (setresgid(objAccount.GetGid(), objAccount.GetGid(), objAccount.GetGid()) != 0) {

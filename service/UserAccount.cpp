@@ -29,6 +29,7 @@ bool CUserAccount::Lookup(const std::string& strName, CUserAccount& objAccount)
         iGroups = static_cast<int>(vecGids.size());
     }
     vecGids.resize(static_cast<size_t>(iGroups));
+    objAccount.m_vecGids = vecGids;
     std::vector<char> vecGroupBuf(65536);
     for (gid_t gid : vecGids) {
         struct group gr;

@@ -18,6 +18,8 @@ public:
     uid_t GetUid() const { return m_uid; }
     gid_t GetGid() const { return m_gid; }
     const std::string& GetHome() const { return m_strHome; }
+    // The primary and supplementary groups, as the user gets them at log-on.
+    const std::vector<gid_t>& GetGroupIds() const { return m_vecGids; }
     // Names of the primary and supplementary groups.
     const std::vector<std::string>& GetGroupNames() const { return m_vecGroupNames; }
 
@@ -26,6 +28,7 @@ private:
     uid_t m_uid = 0;
     gid_t m_gid = 0;
     std::string m_strHome;
+    std::vector<gid_t> m_vecGids;
     std::vector<std::string> m_vecGroupNames;
 };
 

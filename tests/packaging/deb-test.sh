@@ -257,9 +257,11 @@ check_eq "the accounting folder is root's, 0750" "root:root 750 directory" \
 check "orvprint(8) gives the lpadmin line of the secure queue" \
   bash -c "zcat /usr/share/man/man8/orvprint.8.gz | grep -qF 'lpadmin \-p SecurePrint \-E \-v orvprint:/ \-m raw \-o printer\-op\-policy=orvprint'"
 depends=$(dpkg-query -W -f='${Depends}' orvprintd)
-check_eq "the backend's libraries are dependencies (libcups2, libqpdf); cups-daemon is recommended" \
-  "libcups2 libqpdf cups-daemon" \
-  "$(grep -o 'libcups2' <<<"$depends") $(grep -o 'libqpdf' <<<"$depends") $(dpkg-query -W -f='${Recommends}' orvprintd)"
+check_eq "the backend's shared libraries are dependencies (GnuTLS, Kerberos, Avahi); cups-daemon is recommended" \
+  "libgnutls30 libgssapi-krb5-2 libavahi-client3 cups-daemon" \
+  "$(grep -o 'libgnutls30' <<<"$depends") $(grep -o 'libgssapi-krb5-2' <<<"$depends") $(grep -o 'libavahi-client3' <<<"$depends") $(dpkg-query -W -f='${Recommends}' orvprintd)"
+check_eq "libcups and qpdf are linked into the backend: it loads neither, nor log4cpp or libstdc++" "" \
+  "$(readelf -d "$backend" 2>&1 | sed -n 's/.*Shared library: \[\(libcups\|libqpdf\|liblog4cpp\|libstdc++\)[^]]*\].*/\1/p')"
 # shellcheck disable=SC2016 # the file's own variable, not the shell's
 check_eq "each user's log is in that user's state folder" \
   'log4cpp.appender.orvFile.fileName=${XDG_STATE_HOME}/orv-soft/log/OrvprintD.log' \

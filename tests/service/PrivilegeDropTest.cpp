@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 #include "service/PrivilegeDrop.h"
 #include "service/UserAccount.h"
 
@@ -18,6 +20,8 @@ TEST(PrivilegeDropTest, LooksUsersUp)
     EXPECT_EQ("root", objRoot.GetName());
     EXPECT_FALSE(objRoot.GetGroupNames().empty());
     EXPECT_EQ("root", objRoot.GetGroupNames()[0]);
+    ASSERT_FALSE(objRoot.GetGroupIds().empty());
+    EXPECT_EQ(0u, objRoot.GetGroupIds()[0]);
     CUserAccount objNone;
     EXPECT_FALSE(CUserAccount::Lookup("orvtest-nobody-here", objNone));
     EXPECT_FALSE(CUserAccount::Lookup("", objNone));
@@ -55,6 +59,14 @@ TEST(PrivilegeDropTest, DropsForGood)
             if (agid[i] == 0) {
                 _exit(11); // root's group kept
             }
+        }
+        // Exactly the account's groups, as at its log-on.
+        std::vector<gid_t> vecHas(agid, agid + (iGroups > 0 ? iGroups : 0));
+        std::vector<gid_t> vecWants = objNobody.GetGroupIds();
+        std::sort(vecHas.begin(), vecHas.end());
+        std::sort(vecWants.begin(), vecWants.end());
+        if (vecHas != vecWants) {
+            _exit(15);
         }
         if (getuid() != objNobody.GetUid() || geteuid() != objNobody.GetUid() || getgid() != objNobody.GetGid()) {
             _exit(12);

@@ -70,13 +70,30 @@ int OpenExisting(int iDirFd, const std::string& strLeaf, bool bAllowReadOnly)
 
 } // namespace
 
-std::vector<std::string> PrivateFolderCandidates(uid_t uid)
+namespace {
+
+// The places that need no look-up in the user database.
+std::vector<std::string> FixedPrivateFolders(uid_t uid)
 {
     const std::string strUid = std::to_string(static_cast<unsigned long>(uid));
-    std::vector<std::string> vecFolders = {"/run/user/" + strUid, "/tmp/orvprint-" + strUid};
+    return {"/run/user/" + strUid, "/tmp/orvprint-" + strUid};
+}
+
+// The place in the user's home; "" when the user has no home.
+std::string HomePrivateFolder(uid_t uid)
+{
     const std::string strHome = UserHome::Of(uid);
+    return strHome.empty() ? std::string() : strHome + "/.cache/orv-soft/run";
+}
+
+} // namespace
+
+std::vector<std::string> PrivateFolderCandidates(uid_t uid)
+{
+    std::vector<std::string> vecFolders = FixedPrivateFolders(uid);
+    const std::string strHome = HomePrivateFolder(uid);
     if (!strHome.empty()) {
-        vecFolders.push_back(strHome + "/.cache/orv-soft/run");
+        vecFolders.push_back(strHome);
     }
     return vecFolders;
 }
@@ -122,8 +139,18 @@ void MakeFolders(const std::string& strFolder)
 
 bool PrivateObjectFolder(uid_t uid, bool bCreate, std::string& strFolder)
 {
-    const std::vector<std::string> vecFolders = PrivateFolderCandidates(uid);
-    for (size_t i = 0; i < vecFolders.size(); ++i) {
+    // The user database is asked for the home only when the fixed places
+    // will not do: every object of the channel is looked up here.
+    std::vector<std::string> vecFolders = FixedPrivateFolders(uid);
+    const size_t uiFixed = vecFolders.size();
+    for (size_t i = 0; i < vecFolders.size() || i == uiFixed; ++i) {
+        if (i == uiFixed) {
+            const std::string strHome = HomePrivateFolder(uid);
+            if (strHome.empty()) {
+                break;
+            }
+            vecFolders.push_back(strHome);
+        }
         EFolderState eState = CheckPrivateFolder(vecFolders[i], uid);
         // The session's runtime folder is the system's to make.
         if (eState == FOLDER_MISSING && bCreate && i > 0 && uid == geteuid()) {

@@ -150,6 +150,25 @@ TEST_F(CupsBackendTest, MalformedAnswerHoldsTheJob)
     EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
 }
 
+// The chosen printer's queue does not take the job: held with the
+// scheduler's own reason, nothing printed anywhere.
+TEST_F(CupsBackendTest, ForwardTheSchedulerRefusesHoldsTheJob)
+{
+    std::string strConf = SERVICE_CONF;
+    strConf.replace(strConf.find("Queue=office\n"), 13, "Queue=gone\n");
+    WriteServiceConf(strConf);
+    const auto pReceiver = StartReceiver(0, u"P1", u"J1");
+    const int iOfficeJobs = s_pCupsd->CountJobs("office");
+    const int iBasementJobs = s_pCupsd->CountJobs("basement");
+    const int iJob = Submit("Queue gone", WriteDocument("gone.txt", "gone\n"));
+    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+    EXPECT_EQ(IPP_HELD, stuState.iState);
+    EXPECT_EQ(HeldMessage("Queue gone refused the job (The printer or class does not exist.)", iJob),
+              stuState.strMessage);
+    EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
+    EXPECT_EQ(iBasementJobs, s_pCupsd->CountJobs("basement"));
+}
+
 TEST_F(CupsBackendTest, BadConfigurationHoldsTheJobNamingFileAndLine)
 {
     const auto pReceiver = StartReceiver(0, u"P1", u"");

@@ -450,7 +450,8 @@ CONF
   svc_forward_ms=$(awk -v a="$svc_own_copy_ms" -v b="$svc_own_ms" 'BEGIN { printf "%.1f", a - b }')
   echo "   backend by hand: $svc_own_ms ms until it ended, $svc_own_copy_ms ms until the copy was complete"
   # The backend's own start: exec until it printed its device line and
-  # ended (loading libcups and what it brings: TLS, Kerberos, Avahi, D-Bus).
+  # ended (loading the shared libraries that libcups brings: TLS, Kerberos,
+  # Avahi, D-Bus).
   # (mean of 10 x runs in one loop: no clock process between them)
   t0=$(date +%s%N)
   for i in $(seq $((10 * runs))); do
@@ -627,15 +628,17 @@ if [ "$(verdict "$svc_ratio" "<=" 2.0)" = "**missed**" ]; then
   about $svc_to_backend_ms ms go from \`lp\` until the backend starts (the
   scheduler's pass with the user's job), then $svc_own_ms ms to the backend
   until it ends, and the printer's copy is complete only $svc_forward_ms ms
-  after that: the forwarded job's pass through the scheduler (Create-Job,
-  Send-Document, the capture printer started) lies inside the backend's
-  time, which ends once the scheduler has taken the document. Besides that
-  pass the backend's time holds the configuration, two questions to the
-  scheduler (the job's origin, the queue's policy), the worker's fork,
-  change of user, page count, the printers' job counts and the request
-  through the channel, and the program's own start: $svc_start_ms ms (mean) from
-  exec until it has printed its device line and ended (most of it loading
-  libcups and the libraries it brings: TLS, Kerberos, Avahi, D-Bus)."
+  after that: the forwarded job's pass through the scheduler (one
+  Print-Job, the capture printer started) lies inside the backend's time,
+  which ends once the scheduler has taken the document. Besides that pass
+  the backend's time holds the configuration, the user's groups from the
+  user database, two questions to the scheduler (the job's origin, the
+  queue's policy), the worker's fork, change of user, page count, the
+  printers' job counts and the request through the channel, and the
+  program's own start: $svc_start_ms ms (mean) from exec until it has printed its
+  device line and ended (libcups, qpdf and the C++ runtime are linked in;
+  what is left is loading the shared libraries libcups brings: TLS,
+  Kerberos, Avahi, D-Bus)."
 fi
 missed_notes=${missed_notes#$'\n'}
 svc_note=
@@ -755,7 +758,8 @@ How the figures are taken:
     held job of the same PDF, from its exec until it ended (the job
     forwarded; \`orv_bench_probe peak\`) and until the copy was complete
     (\`orv_bench_probe capture\`); the time to the backend's start is the
-    secure road less the latter.
+    secure road less the latter. The backend is built as the package ships
+    it: libcups, qpdf and the C++ runtime linked in (ORV_BACKEND_STATIC).
   - Backend memory: \`orvprint\` run by hand as the scheduler runs it (root,
     argv[0] \`orvprint:/\`, job id, user, title, copies, options, file;
     DEVICE_URI, PRINTER, CONTENT_TYPE, CUPS_SERVER, CUPS_SERVERROOT,

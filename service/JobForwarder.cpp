@@ -4,32 +4,14 @@
 #include <cstring>
 #include <cups/cups.h>
 #include <unistd.h>
+#include "service/IppMessage.h"
+#include "service/SchedulerConnection.h"
 
 namespace OrvService {
 
 namespace {
 
-// Owners of libcups's connection and option list.
-class CHttpConnection {
-public:
-    CHttpConnection()
-        : m_pHttp(httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, 30000, nullptr))
-    {
-    }
-    ~CHttpConnection()
-    {
-        if (m_pHttp) {
-            httpClose(m_pHttp);
-        }
-    }
-    CHttpConnection(const CHttpConnection&) = delete;
-    CHttpConnection& operator=(const CHttpConnection&) = delete;
-    http_t* Get() const { return m_pHttp; }
-
-private:
-    http_t* m_pHttp;
-};
-
+// Owner of libcups's option list.
 class COptionList {
 public:
     COptionList() = default;
@@ -49,22 +31,6 @@ public:
 private:
     int m_iCount = 0;
     cups_option_t* m_pOptions = nullptr;
-};
-
-// Owner of an IPP message.
-class CIppMessage {
-public:
-    explicit CIppMessage(ipp_t* pIpp)
-        : m_pIpp(pIpp)
-    {
-    }
-    ~CIppMessage() { ippDelete(m_pIpp); }
-    CIppMessage(const CIppMessage&) = delete;
-    CIppMessage& operator=(const CIppMessage&) = delete;
-    ipp_t* Get() const { return m_pIpp; }
-
-private:
-    ipp_t* m_pIpp;
 };
 
 // Print-Job on the queue, as its user: the job and its document in one
@@ -95,7 +61,7 @@ bool CJobForwarder::Forward(int iFd, const std::string& strQueue, const JOB& stu
 {
     iNewJobId = 0;
     cupsSetUser(stuJob.strUser.c_str());
-    CHttpConnection objHttp;
+    CSchedulerConnection objHttp;
     if (!objHttp.Get()) {
         strError = std::string("cannot reach the scheduler: ") + cupsLastErrorString();
         return false;

@@ -1,46 +1,12 @@
 #include "service/SchedulerQuery.h"
 
 #include <cups/cups.h>
+#include "service/IppMessage.h"
+#include "service/SchedulerConnection.h"
 
 namespace OrvService {
 
 namespace {
-
-// Owners of libcups's connection and of an IPP response.
-class CSchedulerConnection {
-public:
-    CSchedulerConnection()
-        : m_pHttp(httpConnect2(cupsServer(), ippPort(), nullptr, AF_UNSPEC, cupsEncryption(), 1, 30000, nullptr))
-    {
-    }
-    ~CSchedulerConnection()
-    {
-        if (m_pHttp) {
-            httpClose(m_pHttp);
-        }
-    }
-    CSchedulerConnection(const CSchedulerConnection&) = delete;
-    CSchedulerConnection& operator=(const CSchedulerConnection&) = delete;
-    http_t* Get() const { return m_pHttp; }
-
-private:
-    http_t* m_pHttp;
-};
-
-class CIppResponse {
-public:
-    explicit CIppResponse(ipp_t* pIpp)
-        : m_pIpp(pIpp)
-    {
-    }
-    ~CIppResponse() { ippDelete(m_pIpp); }
-    CIppResponse(const CIppResponse&) = delete;
-    CIppResponse& operator=(const CIppResponse&) = delete;
-    ipp_t* Get() const { return m_pIpp; }
-
-private:
-    ipp_t* m_pIpp;
-};
 
 // Sends the request (consumed) and reads one text attribute of the answer.
 bool AskForText(ipp_t* pRequest, const char* szName, std::string& strValue, std::string& strError)
@@ -53,7 +19,7 @@ bool AskForText(ipp_t* pRequest, const char* szName, std::string& strValue, std:
         strError = std::string("the scheduler at ") + cupsServer() + " cannot be reached";
         return false;
     }
-    CIppResponse objResponse(cupsDoRequest(objHttp.Get(), pRequest, "/"));
+    CIppMessage objResponse(cupsDoRequest(objHttp.Get(), pRequest, "/"));
     if (!objResponse.Get() || ippGetStatusCode(objResponse.Get()) > IPP_STATUS_OK_CONFLICTING) {
         strError = std::string("the scheduler did not answer (") + cupsLastErrorString() + ")";
         return false;

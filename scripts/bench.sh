@@ -687,7 +687,7 @@ $svc_note
 | print service: \`lp\` to dialog on screen (secure queue, the user's OrvprintD, $svc_small_kb kB PDF) | p50 $svc_dialog_ms ms, p90 $svc_dialog_p90_ms ms (first job after the scheduler and OrvprintD started: $svc_dialog_first_ms ms) | p50 under 300 ms | $(verdict "$svc_dialog_ms" "<" 300) |
 | print service: \`lp\` to the printer's complete copy, secure queue (receiver answering at once) beside the capture printer directly | $(num "$svc_ratio" 1 2) × (secure $svc_secure_ms ms, direct $svc_direct_ms ms; the secure road taken apart: to the backend's start about $svc_to_backend_ms ms, the backend until it ended $svc_own_ms ms, the copy complete $svc_forward_ms ms after that) | at most 2.0 × | $(verdict "$svc_ratio" "<=" 2.0) |
 | print service: page count of a 500-page PDF (\`CPageCounter\`, qpdf) | $pc_text_ms ms, a line of text on each page, $pc_text_kb kB (empty pages, $pc_empty_kb kB: $pc_empty_ms ms; object streams, $pc_objstm_kb kB: $pc_objstm_ms ms) | under 50 ms | $(verdict "$pc_judged_ms" "<" 50) |
-| print service: backend peak resident memory (VmHWM) beside the document, 500-page PDF | root part $svc_root_mb MB, worker $svc_worker_mb MB (at most $svc_root_max_mb / $svc_worker_max_mb MB; the document, $svc_doc_kb kB, is not held in memory) | under 30 MB each | $(verdict "$svc_peak_mb" "<" 30) |
+| print service: backend peak resident memory (VmHWM) while it forwards a 500-page PDF | root part $svc_root_mb MB, worker $svc_worker_mb MB (at most $svc_root_max_mb / $svc_worker_max_mb MB; the worker reads a PDF of up to 256 MiB into memory once for qpdf, so its figure holds the $svc_doc_kb kB document; the root part forwards it in 64 KiB pieces) | under 30 MB each | $(verdict "$svc_peak_mb" "<" 30) |
 
 Further figures of the same run (no targets):
 
@@ -771,9 +771,9 @@ How the figures are taken:
     follows the backend and its worker with ptrace and reads VmHWM from
     /proc/PID/status of each while it is stopped at its exit; medians of
     $runs runs. The worker is a fork of the root part: the pages it shares
-    with it count in both. Neither holds the document: qpdf in the worker
-    reads it through the descriptor, the root part forwards it in 64 KiB
-    pieces, so its size is beside, not in, these figures.
+    with it count in both. The worker reads a PDF of up to 256 MiB into
+    memory once and qpdf parses it from there, so the worker's figure holds
+    the document; the root part forwards it in 64 KiB pieces.
 
 Where a target is missed:
 

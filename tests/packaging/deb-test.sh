@@ -170,6 +170,16 @@ run_as_user_exec() { # COMMAND...
         DISPLAY="${DISPLAY:-}" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR="$work/run" "$@"
 }
 
+# The contents of FILE, one of the user's, read with the user's rights (not
+# root's: a link the user put there reaches nothing of root's).
+user_file() { # FILE
+  run_as_user cat -- "$1"
+}
+
+user_file_has() { # FILE PATTERN: a line of the user's FILE matches PATTERN
+  user_file "$1" | grep -q -- "$2"
+}
+
 # The program the autostart entry starts (its Exec line).
 autostart_program() {
   local exec_line
@@ -199,9 +209,26 @@ show_not_serving() {
   fi
   echo "   its output:"; sed 's/^/     /' "$work/orvprintd.out" 2>/dev/null | tail -n 20
   echo "   its log (last lines):"
-  tail -n 30 "$work/home/.local/state/orv-soft/log/OrvprintD.log" 2>/dev/null | sed 's/^/     /'
+  user_file "$work/home/.local/state/orv-soft/log/OrvprintD.log" 2>/dev/null | tail -n 30 | sed 's/^/     /'
   echo "   $chan_dir:"; find "$chan_dir" -maxdepth 1 -printf '%M %u %s %TT %f\n' 2>&1 | sed 's/^/     /'
   echo "   processes of $user:"; ps -u "$user" -o pid=,stat=,etime=,args= 2>/dev/null | sed 's/^/     /'
+}
+
+# Presses Enter in dialog WIN of USER's job JOB (the first printer, office,
+# and the first project offered) and checks what came out: the user's PDF
+# byte for byte on office, both jobs completed, the page log's billing code.
+enter_prints_on_office() { # USER JOB WIN CODE WHICH-PROJECT
+  local u=$1 job=$2 before new fwd
+  before=$(captured_now)
+  press_key "$3" Return
+  new=$(wait_for_capture "$before")
+  check_eq "Enter: $u's job goes to the first printer's queue (office)" "office-" "${new%%[0-9]*}"
+  check "the printed file equals $u's PDF byte for byte" \
+    cmp "$SESSION_WORK/home-$u/report.pdf" "$PRIVATE_CUPSD_DIR/capture/$new"
+  fwd=${new#office-}
+  check_eq "the secure job SecurePrint-$job and the forwarded one office-$fwd completed" "completed completed" \
+    "$(private_cupsd_wait_for_job "$job" completed) $(private_cupsd_wait_for_job "$fwd" completed)"
+  check "the page log has $u's job on office with $5 as billing code" page_log_has office "$u" "$fwd" "$4"
 }
 
 # Number of visible windows of the process PID.
@@ -301,16 +328,16 @@ check_eq "the answer of Enter: OK with the first printer and project" \
 user_config=$work/home/.config/orv-soft/Config.ini
 check_eq "the user's defaults are saved in the user's own Config.ini (0600, folder 0700)" \
   "DefaultPrinter=三楼彩色打印机 DefaultProject=年度审计项目 $user 600 700" \
-  "$(grep -E '^Default(Printer|Project)=' "$user_config" | tr '\n' ' ')$(stat -c '%U %a' "$user_config") $(stat -c %a "$(dirname "$user_config")")"
+  "$(user_file "$user_config" | grep -E '^Default(Printer|Project)=' | tr '\n' ' ')$(stat -c '%U %a' "$user_config") $(stat -c %a "$(dirname "$user_config")")"
 check "the machine's Config.ini is unchanged" cmp -s "$work/machine-Config.ini.before" "$temp_dir/Config.ini"
 log_file=$work/home/.local/state/orv-soft/log/OrvprintD.log
 check_eq "the user's log is the user's own (~/.local/state/orv-soft/log, 0600, folder 0700)" \
   "$user 600 700" "$(stat -c '%U %a' "$log_file" 2>&1) $(stat -c %a "$(dirname "$log_file")" 2>&1)"
 check "the user's log is written" test -s "$log_file"
 check "the log says that the client tool of the suite is missing" \
-  grep -q "Failed to launch apps. err = .*/usr/lib/orv-soft/client/OrvClientTool" "$log_file"
-cp "$log_file" "$out/deb-OrvprintD.log" 2>/dev/null
-cp "$user_config" "$work/Config.ini.before"
+  user_file_has "$log_file" "Failed to launch apps. err = .*/usr/lib/orv-soft/client/OrvClientTool"
+user_file "$log_file" >"$out/deb-OrvprintD.log" 2>/dev/null
+user_file "$user_config" >"$work/Config.ini.before"
 
 # --- the print service: lp as two users logged on at once, through a
 # private scheduler whose secure queue runs the installed backend under the
@@ -380,31 +407,11 @@ if [ $printed -eq 1 ]; then
   check "lp as $bob is accepted on the secure queue" test -n "$bob_job"
   check_eq "$bob's job waits behind $alice's open dialog; no dialog of his yet" "$alice pending" \
     "$(dialog_owners) $(private_cupsd_job_state "$bob_job")"
-  before=$(captured_now)
-  press_key "$win" Return
-  new=$(wait_for_capture "$before")
-  check_eq "Enter: $alice's job goes to the first printer's queue (office)" "office-" "${new%%[0-9]*}"
-  check "the printed file equals $alice's PDF byte for byte" \
-    cmp "$SESSION_WORK/home-$alice/report.pdf" "$PRIVATE_CUPSD_DIR/capture/$new"
-  fwd=${new#office-}
-  check_eq "the secure job SecurePrint-$alice_job and the forwarded one office-$fwd completed" "completed completed" \
-    "$(private_cupsd_wait_for_job "$alice_job" completed) $(private_cupsd_wait_for_job "$fwd" completed)"
-  check "the page log has $alice's job on office with her project J1 as billing code" \
-    page_log_has office "$alice" "$fwd" J1
+  enter_prints_on_office "$alice" "$alice_job" "$win" J1 "her project J1"
 
   wait_for_dialogs 1
   check_eq "then $bob's job opens a dialog in $bob's OrvprintD only" "$bob" "$(dialog_owners)"
-  before=$(captured_now)
-  press_key "$(dialog_of "$bob")" Return
-  new=$(wait_for_capture "$before")
-  check_eq "Enter: $bob's job goes to office" "office-" "${new%%[0-9]*}"
-  check "the printed file equals $bob's PDF byte for byte" \
-    cmp "$SESSION_WORK/home-$bob/report.pdf" "$PRIVATE_CUPSD_DIR/capture/$new"
-  fwd=${new#office-}
-  check_eq "the secure job SecurePrint-$bob_job and the forwarded one office-$fwd completed" "completed completed" \
-    "$(private_cupsd_wait_for_job "$bob_job" completed) $(private_cupsd_wait_for_job "$fwd" completed)"
-  check "the page log has $bob's job on office with the only project he may use, J2, as billing code" \
-    page_log_has office "$bob" "$fwd" J2
+  enter_prints_on_office "$bob" "$bob_job" "$(dialog_of "$bob")" J2 "the only project he may use, J2,"
   check_eq "no dialog is left" "" "$(dialogs)"
   check_eq "the installed backend keeps each user's marker in /run/orvprint (root's, 0700)" \
     "root 700 directory; pending-$(id -u "$alice") pending-$(id -u "$bob")" \
@@ -457,7 +464,7 @@ if [ $printed -eq 1 ]; then
     cmp -s "$work/print-service.conf.changed" "$service_conf"
 fi
 check_eq "the program is the new one" "OrvprintD $next_version" "$("$program" --version 2>&1)"
-check "the user's Config.ini survived the upgrade" cmp -s "$work/Config.ini.before" "$user_config"
+check "the user's Config.ini survived the upgrade" cmp -s "$work/Config.ini.before" <(user_file "$user_config")
 check "the machine's Config.ini survived the upgrade" cmp -s "$work/machine-Config.ini.before" "$temp_dir/Config.ini"
 
 # --- purge while OrvprintD runs, the users' too; the accounting folder

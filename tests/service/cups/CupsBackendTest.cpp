@@ -4,6 +4,7 @@
 #include "Src/Common/include/JobOptionData.h"
 #include "tests/service/TestPdf.h"
 #include "tests/service/cups/CupsServiceTest.h"
+#include "tests/service/cups/CupsTestHelpers.h"
 #include "tests/tools/ToolProcess.h"
 
 namespace {
@@ -206,13 +207,9 @@ TEST_F(CupsBackendTest, RequestCountsTheJobsWaitingOnEachQueue)
     RunTool("/usr/sbin/cupsenable", {"basement"}, strOut, strErr);
 
     const std::string strRequest = ReadAll(m_strRecords + "/request-1.bin");
-    const CJobOptionData objRequest(strRequest.data(), strRequest.size());
-    ASSERT_EQ(2, objRequest.GetPrinterCount());
-    CJobOptionData::PRINTER_INFO stuPrinter;
-    objRequest.GetPrinterInfo(0, stuPrinter);
-    EXPECT_EQ(0, stuPrinter.iPrintTaskTotal);
-    objRequest.GetPrinterInfo(1, stuPrinter);
-    EXPECT_EQ(2, stuPrinter.iPrintTaskTotal);
+    ASSERT_EQ(2, CJobOptionData(strRequest.data(), strRequest.size()).GetPrinterCount());
+    EXPECT_EQ(0, RequestPrinter(strRequest, 0).iPrintTaskTotal);
+    EXPECT_EQ(2, RequestPrinter(strRequest, 1).iPrintTaskTotal);
 }
 
 } // namespace

@@ -8,7 +8,20 @@ namespace {
 
 using namespace orvtest;
 
-class CupsNoPrintersTest : public CupsServiceTest {};
+class CupsNoPrintersTest : public CupsServiceTest {
+protected:
+    // Job iJob is held saying where to add printers, and OrvprintD was not asked.
+    void ExpectHeldForWantOfPrinters(int iJob)
+    {
+        const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
+        EXPECT_EQ(IPP_HELD, stuState.iState);
+        EXPECT_EQ(HeldMessage("The print service has no printers configured yet; add them to " +
+                                  s_pCupsd->ServiceConfPath(),
+                              iJob),
+                  stuState.strMessage);
+        EXPECT_EQ(0u, ReadAll(m_strRecords + "/request-1.bin").size()) << "OrvprintD was asked";
+    }
+};
 
 TEST_F(CupsNoPrintersTest, ThePackagedExampleHoldsTheJobSayingWhereToAddPrinters)
 {
@@ -19,12 +32,7 @@ TEST_F(CupsNoPrintersTest, ThePackagedExampleHoldsTheJobSayingWhereToAddPrinters
     const auto pReceiver = StartReceiver(0, u"P1", u"J1");
     const int iOfficeJobs = s_pCupsd->CountJobs("office");
     const int iJob = Submit("nowhere to go", WriteDocument("noprinters.txt", "no printers\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-    EXPECT_EQ(IPP_HELD, stuState.iState);
-    EXPECT_EQ(HeldMessage(
-                  "The print service has no printers configured yet; add them to " + s_pCupsd->ServiceConfPath(), iJob),
-              stuState.strMessage);
-    EXPECT_EQ(0u, ReadAll(m_strRecords + "/request-1.bin").size()) << "OrvprintD was asked";
+    ExpectHeldForWantOfPrinters(iJob);
     EXPECT_EQ(iOfficeJobs, s_pCupsd->CountJobs("office"));
 }
 
@@ -33,12 +41,7 @@ TEST_F(CupsNoPrintersTest, ServiceSectionAndProjectsWithoutPrintersHoldTheJobToo
     WriteServiceConf("[Service]\nAnswerTimeoutSeconds=60\n\n[Project:J1]\nName=Research\n");
     const auto pReceiver = StartReceiver(0, u"P1", u"J1");
     const int iJob = Submit("still nowhere", WriteDocument("noprinters2.txt", "no printers\n"));
-    const CPrivateCupsd::JOB_STATE stuState = s_pCupsd->WaitForJobState(iJob, IPP_HELD, WAIT_SECONDS);
-    EXPECT_EQ(IPP_HELD, stuState.iState);
-    EXPECT_EQ(HeldMessage(
-                  "The print service has no printers configured yet; add them to " + s_pCupsd->ServiceConfPath(), iJob),
-              stuState.strMessage);
-    EXPECT_EQ(0u, ReadAll(m_strRecords + "/request-1.bin").size()) << "OrvprintD was asked";
+    ExpectHeldForWantOfPrinters(iJob);
 }
 
 TEST_F(CupsNoPrintersTest, ARoamingQueueAloneIsAPlaceToPrint)

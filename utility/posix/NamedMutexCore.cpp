@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <signal.h>
 #include <sys/file.h>
 #include <unistd.h>
 #include "utility/NamedObject.h"
@@ -66,6 +68,8 @@ CNamedMutexCore::~CNamedMutexCore()
 // back and take a new one each time.
 namespace {
 const size_t OWNER_RECORD_CHARS = 16;
+// How long a create waits out a holder that is not an owner.
+const unsigned CREATE_LOCK_WAIT_MS = 2000;
 }
 
 void CNamedMutexCore::WriteOwnerRecord()
@@ -85,6 +89,42 @@ bool CNamedMutexCore::HasOwnerRecord() const
 {
     char byFirst = 0;
     return pread(m_iFd, &byFirst, 1, 0) == 1 && byFirst >= '0' && byFirst <= '9';
+}
+
+bool CNamedMutexCore::IsHeldByRecordedOwner() const
+{
+    char szRecord[OWNER_RECORD_CHARS + 1] = {0};
+    if (pread(m_iFd, szRecord, OWNER_RECORD_CHARS, 0) <= 0) {
+        return false;
+    }
+    char* pEnd = nullptr;
+    const long lPid = std::strtol(szRecord, &pEnd, 10);
+    if (pEnd == szRecord || lPid <= 0) {
+        return false;
+    }
+    // EPERM: the process is there, it only belongs to somebody else.
+    return kill(static_cast<pid_t>(lPid), 0) == 0 || errno == EPERM;
+}
+
+bool CNamedMutexCore::LockForCreate()
+{
+    // Whoever tests for an owner takes the lock for an instant and gives it
+    // back (a sender looking for the receiver, --quit, a script's
+    // "flock -n"). Such a holder leaves no record of its own; an owner's
+    // record names a living process. Only an owner makes the create fail;
+    // a tester is waited out, within a bound.
+    const Clock::time_point tpDeadline = Clock::now() + std::chrono::milliseconds(CREATE_LOCK_WAIT_MS);
+    auto usPause = std::chrono::microseconds(100);
+    for (;;) {
+        if (flock(m_iFd, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        if ((errno != EWOULDBLOCK && errno != EINTR) || IsHeldByRecordedOwner() || Clock::now() >= tpDeadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(usPause);
+        usPause = std::min<std::chrono::microseconds>(usPause * 2, std::chrono::milliseconds(5));
+    }
 }
 
 uint32_t CNamedMutexCore::Acquire(uint32_t uiTimeoutMs)
@@ -139,7 +179,7 @@ bool CNamedMutexCore::TryAcquireNow()
         return false;
     }
     if (m_iFd >= 0) {
-        if (flock(m_iFd, LOCK_EX | LOCK_NB) != 0) {
+        if (!LockForCreate()) {
             return false;
         }
         WriteOwnerRecord();

@@ -26,8 +26,10 @@ public:
     // NAMED_WAIT_OBJECT_0, NAMED_WAIT_ABANDONED_0, NAMED_WAIT_TIMEOUT or
     // NAMED_WAIT_FAILED.
     uint32_t Acquire(uint32_t uiTimeoutMs);
-    // The initial ownership of a create: taken only if no thread of this
-    // process owns it and the lock file's flock is free right now.
+    // The initial ownership of a create: taken unless a thread of this
+    // process owns it or another process does. A process that holds the
+    // flock only to test it (it writes no record) is waited out, within a
+    // bound.
     bool TryAcquireNow();
     // False (errno EPERM) when the calling thread is not the owner.
     bool Release();
@@ -40,6 +42,10 @@ private:
     void WriteOwnerRecord();
     void BlankOwnerRecord();
     bool HasOwnerRecord() const;
+    // The flock is held and the record names a process that lives.
+    bool IsHeldByRecordedOwner() const;
+    // The flock of a create (see TryAcquireNow).
+    bool LockForCreate();
 
     std::string m_strKey;
     int m_iFd;

@@ -170,7 +170,8 @@ protected:
     {
         m_pOrvprintD = orvtest::ChildProcess::Start(BinPath("OrvprintD"), {});
         ASSERT_TRUE(m_pOrvprintD);
-        ASSERT_TRUE(WaitFor([this] { return IsServing() || !m_pOrvprintD->IsRunning(); }));
+        ASSERT_TRUE(WaitFor([this] { return IsServing() || !m_pOrvprintD->IsRunning(); }))
+            << "OrvprintD runs but does not serve\n" << Log();
         ASSERT_TRUE(m_pOrvprintD->IsRunning()) << Log();
     }
 

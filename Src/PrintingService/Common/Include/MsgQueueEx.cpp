@@ -192,11 +192,22 @@ uint32_t CMsgQueueEx::RecvMsg(MsgHandler handler)
 uint32_t CMsgQueueEx::RecvMsgLoop(MsgHandler handler)
 {
     ORV_TRACE_SCOPE("OrvUtility::CMsgQueueEx::RecvMsgLoop");
-    NamedHandle hMutex = CreateNamedMutex(m_strMutexName.c_str(), true, EVERYONE_MUTEX_ALL_ACCESS);
+    bool bExisted = false;
+    NamedHandle hMutex = CreateNamedMutex(m_strMutexName.c_str(), true, EVERYONE_MUTEX_ALL_ACCESS, &bExisted);
     if (!hMutex) {
         const uint32_t dwErr = Language::GetLastPlatformError();
         ORV_LOG_ERROR("%s(%d) : GetLastError() = %u", dwErr);
         return RECV_FAILED;
+    }
+    if (bExisted) {
+        // The create does not own a mutex that somebody else has open: a
+        // sender testing for a receiver at this very moment, or a receiver
+        // that ended without closing it. Senders find a receiver only while
+        // it owns the mutex: take it.
+        const uint32_t dwWait = WaitNamedMutex(hMutex, EXISTENCE_TAKE_MS);
+        if (dwWait != NAMED_WAIT_OBJECT_0 && dwWait != NAMED_WAIT_ABANDONED_0) {
+            ORV_LOG_WARNING("%s(%d) : %s", "The existence mutex is owned by another receiver.");
+        }
     }
     // Released first, closed second.
     delay_call_util_dispose closeMutex(boost::bind(CloseNamedObject, hMutex));

@@ -34,6 +34,9 @@ public:
     static constexpr uint32_t RECV_SERVED = 0;
     static constexpr uint32_t RECV_FAILED = 4;
     static constexpr uint32_t RECV_QUIT = 6;
+    // How long the receive loop waits to own an existence mutex that existed
+    // already (see RecvMsgLoop).
+    static constexpr uint32_t EXISTENCE_TAKE_MS = 2000;
 
     // Opens or creates shared block, request event, response event and the
     // unnamed quit event, in this order. Never throws: the first failure is

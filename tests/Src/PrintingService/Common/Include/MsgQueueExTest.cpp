@@ -309,6 +309,29 @@ TEST_F(MsgQueueExTest, ExistenceMutexIsOwnedExactlyWhileTheLoopRuns)
     EXPECT_NE(NAMED_MUTEX_OWNED, orvtest::ProbeExistence(m_strBase));
 }
 
+// Somebody has the existence mutex open, without owning it, when the loop
+// starts (a sender testing for a receiver at that moment): the loop owns it
+// all the same, and senders find the receiver.
+TEST_F(MsgQueueExTest, ExistenceMutexOpenElsewhereIsOwnedWhileTheLoopRuns)
+{
+    CMsgQueueEx queue(m_strBase, R, S);
+    OpenSenderSide();
+    bool bExisted = true;
+    orvtest::Handle hTester(CreateNamedMutex(queue.GetMutexName().c_str(), false, EVERYONE_MUTEX_ALL_ACCESS, &bExisted));
+    ASSERT_NE(nullptr, hTester.h);
+    EXPECT_FALSE(bExisted);
+    PostRequest(orvtest::MakeJobRequest(0, 0));
+    NamedMutexState eInside = NAMED_MUTEX_PROBE_FAILED;
+    const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+        eInside = orvtest::ProbeExistence(m_strBase);
+        queue.SignalQuit();
+        return 0;
+    });
+    EXPECT_EQ(6u, uiCode);
+    EXPECT_EQ(NAMED_MUTEX_OWNED, eInside);
+    EXPECT_EQ(NAMED_MUTEX_FREE, orvtest::ProbeExistence(m_strBase));
+}
+
 TEST_F(MsgQueueExTest, ExistenceMutexThatCannotBeCreatedEndsTheLoopAtOnce)
 {
     orvtest::LogCapture cap;

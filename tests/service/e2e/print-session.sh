@@ -43,7 +43,8 @@
 #   windows_of USER, wait_for_windows USER COUNT
 #                                  visible windows of USER's OrvprintD
 #   backend_ids_of_uid UID         Uid/Gid/Groups of the running backend
-#                                  processes of that user, one a line
+#                                  processes of that user under this
+#                                  session's scheduler, one a line
 #   captured_now, captured_since BEFORE, wait_for_capture BEFORE
 #                                  the capture printers' files
 #   log_of USER                    USER's OrvprintD log
@@ -161,9 +162,23 @@ backend_ids_of_uid() { # UID
     argv0=
     IFS= read -r -d '' argv0 2>/dev/null <"$dir/cmdline"
     [ "$argv0" = "orvprint:/" ] || continue
+    # Only this session's scheduler's backends (other tests may print too).
+    runs_under_private_cupsd "${dir#/proc/}" || continue
     awk -v uid="$1" '/^Uid:/ { if ($2 != uid) exit; line = $0 } /^Gid:|^Groups:/ { line = line "|" $0 }
                      END { if (line != "") print line }' "$dir/status" 2>/dev/null
   done
+}
+
+# True when process PID descends from this session's private cupsd.
+runs_under_private_cupsd() { # PID
+  local pid=$1 ppid
+  while [ -n "$pid" ] && [ "$pid" -gt 1 ]; do
+    [ "$pid" = "$PRIVATE_CUPSD_PID" ] && return 0
+    ppid=$(awk '/^PPid:/ { print $2 }' "/proc/$pid/status" 2>/dev/null)
+    [ "$ppid" = "$pid" ] && return 1
+    pid=$ppid
+  done
+  return 1
 }
 
 captured_now() {

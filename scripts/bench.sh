@@ -483,7 +483,7 @@ CONF
   svc_root_max_mb=$(num "$(printf '%s\n' "${svc_roots[@]}" | sort -g | tail -1)" 1024 1)
   svc_worker_max_mb=$(num "$(printf '%s\n' "${svc_workers[@]}" | sort -g | tail -1)" 1024 1)
   svc_peak_mb=$(awk -v a="$svc_root_max_mb" -v b="$svc_worker_max_mb" 'BEGIN { print (a > b ? a : b) }')
-  echo "   root part $svc_root_mb MB, worker $svc_worker_mb MB (VmHWM kB: ${svc_roots[*]} / ${svc_workers[*]}); document $svc_doc_kb kB"
+  echo "   privileged process $svc_root_mb MB, worker $svc_worker_mb MB (VmHWM kB: ${svc_roots[*]} / ${svc_workers[*]}); document $svc_doc_kb kB"
   echo "   the stand-in receiver answered $(grep -c '^answered' "$svc/receiver.out" || true) requests"
   {
     echo "lp to dialog on screen, ms (first job after start, then the runs): $svc_dialog_first_ms ${svc_dialogs[*]}"
@@ -491,7 +491,7 @@ CONF
     echo "lp to captured copy, capture printer directly, ms: ${svc_direct[*]}"
     echo "backend by hand, small PDF, exec until it ended, ms: ${svc_own[*]}"
     echo "backend by hand, small PDF, exec until the copy was complete, ms: ${svc_own_copy[*]}"
-    echo "backend on the 500-page PDF ($svc_doc_kb kB), VmHWM of the root part, kB: ${svc_roots[*]}"
+    echo "backend on the 500-page PDF ($svc_doc_kb kB), VmHWM of the privileged process, kB: ${svc_roots[*]}"
     echo "backend on the 500-page PDF, VmHWM of the worker, kB: ${svc_workers[*]}"
   } >"$results/service-road.txt"
   svc_cleanup
@@ -687,7 +687,7 @@ $svc_note
 | print service: \`lp\` to dialog on screen (secure queue, the user's OrvprintD, $svc_small_kb kB PDF) | p50 $svc_dialog_ms ms, p90 $svc_dialog_p90_ms ms (first job after the scheduler and OrvprintD started: $svc_dialog_first_ms ms) | p50 under 300 ms | $(verdict "$svc_dialog_ms" "<" 300) |
 | print service: \`lp\` to the printer's complete copy, secure queue (receiver answering at once) beside the capture printer directly | $(num "$svc_ratio" 1 2) × (secure $svc_secure_ms ms, direct $svc_direct_ms ms; the secure road taken apart: to the backend's start about $svc_to_backend_ms ms, the backend until it ended $svc_own_ms ms, the copy complete $svc_forward_ms ms after that) | at most 2.0 × | $(verdict "$svc_ratio" "<=" 2.0) |
 | print service: page count of a 500-page PDF (\`CPageCounter\`, qpdf) | $pc_text_ms ms, a line of text on each page, $pc_text_kb kB (empty pages, $pc_empty_kb kB: $pc_empty_ms ms; object streams, $pc_objstm_kb kB: $pc_objstm_ms ms) | under 50 ms | $(verdict "$pc_judged_ms" "<" 50) |
-| print service: backend peak resident memory (VmHWM) while it forwards a 500-page PDF | root part $svc_root_mb MB, worker $svc_worker_mb MB (at most $svc_root_max_mb / $svc_worker_max_mb MB; the worker reads a PDF of up to 256 MiB into memory once for qpdf, so its figure holds the $svc_doc_kb kB document; the root part forwards it in 64 KiB pieces) | under 30 MB each | $(verdict "$svc_peak_mb" "<" 30) |
+| print service: backend peak resident memory (VmHWM) while it forwards a 500-page PDF | privileged process $svc_root_mb MB, worker $svc_worker_mb MB (highest of the runs: $svc_root_max_mb / $svc_worker_max_mb MB; the worker holds the whole $svc_doc_kb kB document in memory while qpdf counts its pages, the privileged process passes it on in 64 KiB pieces) | under 30 MB each | $(verdict "$svc_peak_mb" "<" 30) |
 
 Further figures of the same run (no targets):
 
@@ -770,10 +770,11 @@ How the figures are taken:
     answering and the job forwarded to \`office\`. \`orv_bench_probe peak\`
     follows the backend and its worker with ptrace and reads VmHWM from
     /proc/PID/status of each while it is stopped at its exit; medians of
-    $runs runs. The worker is a fork of the root part: the pages it shares
-    with it count in both. The worker reads a PDF of up to 256 MiB into
-    memory once and qpdf parses it from there, so the worker's figure holds
-    the document; the root part forwards it in 64 KiB pieces.
+    $runs runs. The worker is a fork of the privileged process: the pages
+    it shares with it count in both. The worker reads the whole document
+    into memory once and qpdf parses it from there, so the worker's figure
+    holds the document; the privileged process passes it on in 64 KiB
+    pieces.
 
 Where a target is missed:
 

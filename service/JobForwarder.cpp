@@ -37,7 +37,7 @@ private:
 // request, one round trip to the scheduler. A request that fails half-way
 // leaves no job behind.
 ipp_t* NewPrintJob(const std::string& strQueue, const std::string& strTitle, const std::string& strFormat,
-                         int iOptions, cups_option_t* pOptions)
+                   int iOptions, cups_option_t* pOptions)
 {
     char szUri[HTTP_MAX_URI];
     httpAssembleURIf(HTTP_URI_CODING_ALL, szUri, sizeof(szUri), "ipp", nullptr, "localhost", ippPort(), "/printers/%s",

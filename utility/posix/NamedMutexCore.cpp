@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <signal.h>
@@ -99,7 +100,7 @@ bool CNamedMutexCore::IsHeldByRecordedOwner() const
     }
     char* pEnd = nullptr;
     const long lPid = std::strtol(szRecord, &pEnd, 10);
-    if (pEnd == szRecord || lPid <= 0) {
+    if (pEnd == szRecord || lPid <= 0 || lPid > INT_MAX) {
         return false;
     }
     // EPERM: the process is there, it only belongs to somebody else.

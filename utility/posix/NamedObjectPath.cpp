@@ -135,35 +135,39 @@ void MakeFolders(const std::string& strFolder)
     }
 }
 
+// True when strFolder is (or, where this user may make it, becomes) the
+// user's private folder; a refused one is logged once.
+bool TakePrivateFolder(const std::string& strFolder, uid_t uid, bool bMayCreate)
+{
+    EFolderState eState = CheckPrivateFolder(strFolder, uid);
+    if (eState == FOLDER_MISSING && bMayCreate && uid == geteuid()) {
+        MakeFolders(strFolder);
+        eState = CheckPrivateFolder(strFolder, uid);
+    }
+    if (eState == FOLDER_REFUSED && FirstRefusal(strFolder)) {
+        LogRefusedObject(strFolder, "it is not a private folder of this user.");
+    }
+    return eState == FOLDER_PRIVATE;
+}
+
 } // namespace
 
 bool PrivateObjectFolder(uid_t uid, bool bCreate, std::string& strFolder)
 {
-    // The user database is asked for the home only when the fixed places
-    // will not do: every object of the channel is looked up here.
-    std::vector<std::string> vecFolders = FixedPrivateFolders(uid);
-    const size_t uiFixed = vecFolders.size();
-    for (size_t i = 0; i < vecFolders.size() || i == uiFixed; ++i) {
-        if (i == uiFixed) {
-            const std::string strHome = HomePrivateFolder(uid);
-            if (strHome.empty()) {
-                break;
-            }
-            vecFolders.push_back(strHome);
-        }
-        EFolderState eState = CheckPrivateFolder(vecFolders[i], uid);
-        // The session's runtime folder is the system's to make.
-        if (eState == FOLDER_MISSING && bCreate && i > 0 && uid == geteuid()) {
-            MakeFolders(vecFolders[i]);
-            eState = CheckPrivateFolder(vecFolders[i], uid);
-        }
-        if (eState == FOLDER_PRIVATE) {
-            strFolder = vecFolders[i];
+    const std::vector<std::string> vecFixed = FixedPrivateFolders(uid);
+    for (size_t i = 0; i < vecFixed.size(); ++i) {
+        // The session's runtime folder (the first) is the system's to make.
+        if (TakePrivateFolder(vecFixed[i], uid, bCreate && i > 0)) {
+            strFolder = vecFixed[i];
             return true;
         }
-        if (eState == FOLDER_REFUSED && FirstRefusal(vecFolders[i])) {
-            LogRefusedObject(vecFolders[i], "it is not a private folder of this user.");
-        }
+    }
+    // The user database is asked for the home only when the fixed places
+    // will not do: every object of the channel is looked up here.
+    const std::string strHome = HomePrivateFolder(uid);
+    if (!strHome.empty() && TakePrivateFolder(strHome, uid, bCreate)) {
+        strFolder = strHome;
+        return true;
     }
     errno = EACCES;
     return false;

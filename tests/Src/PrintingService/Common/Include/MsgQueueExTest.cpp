@@ -54,6 +54,22 @@ protected:
         ASSERT_EQ(1, SetNamedEvent(m_hSend.h));
     }
 
+    // Runs the receive loop for one request, quitting from its handler;
+    // the existence mutex's state as another thread saw it in the handler.
+    // The loop must end with the quit's code.
+    NamedMutexState ExistenceWhileServingOneRequest(CMsgQueueEx& queue)
+    {
+        PostRequest(orvtest::MakeJobRequest(0, 0));
+        NamedMutexState eInside = NAMED_MUTEX_PROBE_FAILED;
+        const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
+            eInside = orvtest::ProbeExistence(m_strBase);
+            queue.SignalQuit();
+            return 0;
+        });
+        EXPECT_EQ(6u, uiCode);
+        return eInside;
+    }
+
     ~MsgQueueExTest() override
     {
         if (m_pbyView) {
@@ -297,15 +313,7 @@ TEST_F(MsgQueueExTest, ExistenceMutexIsOwnedExactlyWhileTheLoopRuns)
     CMsgQueueEx queue(m_strBase, R, S);
     OpenSenderSide();
     EXPECT_NE(NAMED_MUTEX_OWNED, orvtest::ProbeExistence(m_strBase));
-    PostRequest(orvtest::MakeJobRequest(0, 0));
-    NamedMutexState eInside = NAMED_MUTEX_PROBE_FAILED;
-    const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
-        eInside = orvtest::ProbeExistence(m_strBase);
-        queue.SignalQuit();
-        return 0;
-    });
-    EXPECT_EQ(6u, uiCode);
-    EXPECT_EQ(NAMED_MUTEX_OWNED, eInside);
+    EXPECT_EQ(NAMED_MUTEX_OWNED, ExistenceWhileServingOneRequest(queue));
     EXPECT_NE(NAMED_MUTEX_OWNED, orvtest::ProbeExistence(m_strBase));
 }
 
@@ -320,15 +328,7 @@ TEST_F(MsgQueueExTest, ExistenceMutexOpenElsewhereIsOwnedWhileTheLoopRuns)
     orvtest::Handle hTester(CreateNamedMutex(queue.GetMutexName().c_str(), false, EVERYONE_MUTEX_ALL_ACCESS, &bExisted));
     ASSERT_NE(nullptr, hTester.h);
     EXPECT_FALSE(bExisted);
-    PostRequest(orvtest::MakeJobRequest(0, 0));
-    NamedMutexState eInside = NAMED_MUTEX_PROBE_FAILED;
-    const uint32_t uiCode = queue.RecvMsgLoop([&](uint8_t*, uint64_t&, uint8_t*, uint64_t&) {
-        eInside = orvtest::ProbeExistence(m_strBase);
-        queue.SignalQuit();
-        return 0;
-    });
-    EXPECT_EQ(6u, uiCode);
-    EXPECT_EQ(NAMED_MUTEX_OWNED, eInside);
+    EXPECT_EQ(NAMED_MUTEX_OWNED, ExistenceWhileServingOneRequest(queue));
     EXPECT_EQ(NAMED_MUTEX_FREE, orvtest::ProbeExistence(m_strBase));
 }
 
